@@ -1,0 +1,48 @@
+#pragma once
+// The field description file (".kvf"): the persistent form of the Field. Keyword text,
+// version 4, one item per line, TAB indentation, CR LF line ends.
+#include <functional>
+#include <string>
+
+#include "data/field.h"
+#include "platform/message_box.h"
+
+namespace kurvalux_data {
+
+constexpr int kFieldFileVersion = 4;
+
+// Where relative series paths are resolved: the root directory when set, else the program's
+// folder; as a last resort the folder of the field file itself, so that a field folder moved
+// to another machine keeps working.
+struct PathBases {
+    std::string root_directory;
+    std::string program_folder;
+    std::string field_folder;
+};
+
+struct FieldLoadOptions {
+    PathBases bases;
+    // Reads series files in parallel (the result is identical to a sequential load).
+    bool parallel = true;
+    // Called with (objects read, objects announced by the header) as the load proceeds.
+    std::function<void(int, int)> progress;
+};
+
+struct FieldLoadResult {
+    bool ok = false;
+    bool series_removed = false;  // the Field must then be marked changed
+};
+
+// Loads `path` into `field` (its objects are replaced). Failures and refused series are
+// shown through `messages` with their exact titles and texts.
+FieldLoadResult LoadField(const std::string& path, Field& field, const FieldLoadOptions& options,
+                          kurvalux_platform::CMessageBoxSink& messages);
+
+// Builds the whole text of a field description file.
+std::string FieldToText(const Field& field);
+
+// Saves the field: the old file becomes "<name>.bak", then the text is written in one piece.
+bool SaveField(const std::string& path, const Field& field,
+               kurvalux_platform::CMessageBoxSink& messages);
+
+}  // namespace kurvalux_data
