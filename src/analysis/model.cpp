@@ -1,0 +1,180 @@
+#include "analysis/model.h"
+
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+#include "analysis/model_kernels.h"
+#include "data/field.h"
+
+namespace kurvalux_analysis {
+
+namespace detail {
+namespace {
+bool ProcessorHasVectorKernel() {
+#if defined(__x86_64__) && defined(KURVALUX_HAVE_MVEC)
+    // The C library's AVX2 vector math uses FMA instructions as well.
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+#else
+    return false;
+#endif
+}
+std::atomic<bool> g_vector_enabled{ProcessorHasVectorKernel()};
+}  // namespace
+
+bool VectorKernelAvailable() {
+    return g_vector_enabled.load(std::memory_order_relaxed);
+}
+void SetVectorKernelEnabled(bool enabled) {
+    g_vector_enabled.store(enabled && ProcessorHasVectorKernel(), std::memory_order_relaxed);
+}
+}  // namespace detail
+
+using kurvalux_data::LightCurveParameters;
+namespace lc = kurvalux_data;
+
+double EclipseProfile(double x, double amplitude, double inverse_width, double shape,
+                      double correction_factor) {
+    return amplitude * (1.0 + correction_factor * x * x) *
+           (1.0 - std::pow(1.0 - std::exp(1.0 - std::cosh(inverse_width * x)), shape));
+}
+
+CLightCurveModel::CLightCurveModel(const LightCurveParameters& parameters) : p_(parameters) {
+    // No guard on a zero width: 1/0 and c/0 give what the arithmetic gives.
+    kp_ = p_[lc::kCPri] / (p_[lc::kDPri] * p_[lc::kDPri]);
+    ip_ = 1.0 / p_[lc::kDPri];
+    ks_ = p_[lc::kCSec] / (p_[lc::kDSec] * p_[lc::kDSec]);
+    is_ = 1.0 / p_[lc::kDSec];
+}
+
+double CLightCurveModel::Evaluate(double phase) const {
+    double value = p_[lc::kMag0];
+    // The secondary offset is never wrapped: a secondary near phase 0 or 1 shows on one side
+    // only. The primary sits at phase 0 and is seen from both ends of the cycle.
+    const double xs = phase - p_[lc::kSecPhase];
+    value += EclipseProfile(xs, p_[lc::kASec], is_, p_[lc::kGSec], ks_);
+    const double xp = phase < 0.5 ? phase : phase - 1.0;
+    value += EclipseProfile(xp, p_[lc::kAPri], ip_, p_[lc::kGPri], kp_);
+    // A zero coefficient costs no trigonometric call: this runs for every point in every
+    // iteration of a fit.
+    const double angles[3] = {phase * kTwoPi, phase * kFourPi, phase * kSixPi};
+    for (int h = 0; h < 3; ++h) {
+        const double a_sin = p_[lc::kASin1 + 2 * h];
+        const double a_cos = p_[lc::kACos1 + 2 * h];
+        if (a_sin != 0.0) value += a_sin * std::sin(angles[h]);
+        if (a_cos != 0.0) value += a_cos * std::cos(angles[h]);
+    }
+    return value;
+}
+
+void CLightCurveModel::EvaluateMany(const double* phases, double* values, size_t n) const {
+    size_t done = 0;
+    if (detail::VectorKernelAvailable()) {
+        done = n & ~size_t(3);
+        detail::LightCurveAvx2(p_.data(), kp_, ip_, ks_, is_, phases, values, done);
+    }
+    for (size_t j = done; j < n; ++j) values[j] = Evaluate(phases[j]);
+}
+
+double EvaluateLightCurve(const LightCurveParameters& parameters, double phase) {
+    return CLightCurveModel(parameters).Evaluate(phase);
+}
+
+CSingleMinimumModel::CSingleMinimumModel(const SingleMinimumParameters& parameters)
+    : p_(parameters) {
+    k_ = p_[kMinCorrection] / (p_[kMinWidth] * p_[kMinWidth]);
+    i_ = 1.0 / p_[kMinWidth];
+}
+
+double CSingleMinimumModel::Evaluate(double x) const {
+    const double dx = x - p_[kMinTime];
+    return p_[kMinBase] + p_[kMinTrend] * dx +
+           EclipseProfile(dx, p_[kMinAmplitude], i_, p_[kMinShape], k_);
+}
+
+void CSingleMinimumModel::EvaluateMany(const double* xs, double* values, size_t n) const {
+    size_t done = 0;
+    if (detail::VectorKernelAvailable()) {
+        done = n & ~size_t(3);
+        detail::SingleMinimumAvx2(p_.data(), k_, i_, xs, values, done);
+    }
+    for (size_t j = done; j < n; ++j) values[j] = Evaluate(xs[j]);
+}
+
+namespace {
+// The cycle count is a 32-bit integer; a value outside its range (or NaN, from a zero period)
+// becomes INT32_MIN as the processor's truncating conversion gives it, instead of undefined
+// behaviour.
+int32_t TruncToInt32(double value) {
+    if (!(value > -2147483649.0 && value < 2147483648.0))
+        return std::numeric_limits<int32_t>::min();
+    return static_cast<int32_t>(value);
+}
+}  // namespace
+
+double PhaseOf(double t, double m0, double period) {
+    double folded = t;
+    if (t < m0)
+        folded = t + TruncToInt32((period + m0 - t) / period) * period;
+    else if (t > m0 + period)
+        folded = t - TruncToInt32((t - m0) / period) * period;
+    double phase = (folded - m0) / period;
+    if (phase < -0.5) phase += 1.0;
+    return phase;
+}
+
+CycleOC CycleAndOC(double t, uint32_t minimum_type, double m0, double period) {
+    const double reference = minimum_type == lc::kMinimumSecondary ? m0 + period * 0.5 : m0;
+    const double r = (t - reference) / period;
+    CycleOC result;
+    result.cycle = r > 0 ? std::floor(r + 0.5) : std::ceil(r - 0.5);
+    result.oc = (t - reference) - result.cycle * period;
+    return result;
+}
+
+CircularMeanResult CircularMean(const std::vector<double>& phases) {
+    CircularMeanResult result;
+    if (phases.empty()) return result;
+    double c = 0, s = 0;
+    for (double phase : phases) {
+        c += std::cos(phase * kTwoPi);
+        s += std::sin(phase * kTwoPi);
+    }
+    c /= double(phases.size());
+    s /= double(phases.size());
+    result.coherence = std::sqrt(s * s + c * c);
+    result.mean_phase = std::atan2(s, c) * kInverseTwoPi;
+    return result;
+}
+
+namespace {
+template <class Model>
+ModelSampling Sample(const Model& model, double from, double to, int columns, bool wrap) {
+    ModelSampling sampling;
+    if (columns <= 0) return sampling;
+    bool first = true;
+    for (int column = 0; column <= columns; column += 2) {
+        const double u = from + (to - from) * double(column) / double(columns);
+        const double value = model.Evaluate(wrap && u < 0 ? u + 1.0 : u);
+        sampling.abscissae.push_back(u);
+        sampling.values.push_back(value);
+        if (first || value > sampling.largest) sampling.largest = value;
+        if (first || value < sampling.smallest) sampling.smallest = value;
+        first = false;
+    }
+    return sampling;
+}
+}  // namespace
+
+ModelSampling SampleLightCurve(const LightCurveParameters& parameters, double phase_from,
+                               double phase_to, int columns) {
+    return Sample(CLightCurveModel(parameters), phase_from, phase_to, columns, true);
+}
+
+ModelSampling SampleSingleMinimum(const SingleMinimumParameters& parameters, double x_from,
+                                  double x_to, int columns) {
+    return Sample(CSingleMinimumModel(parameters), x_from, x_to, columns, false);
+}
+
+}  // namespace kurvalux_analysis

@@ -1,0 +1,128 @@
+#pragma once
+// The two phenomenological model functions behind every fit and every drawn model curve, and
+// the rules that turn a time into a phase, a cycle number or an O-C value.
+//
+// Whole-cycle model (an eclipsing-binary light curve over one period): a base level, a primary
+// eclipse at phase 0, a secondary eclipse at `sec_phase` and up to three harmonics. Each
+// eclipse has the symmetric profile
+//     a * (1 + k*x^2) * (1 - (1 - exp(1 - cosh(i*x)))^g),   k = c/d^2, i = 1/d,
+// which is the full depth a at x = 0 and falls to zero far from the centre; d sets the width,
+// g how flat-bottomed the eclipse is and c bends its wings.
+//
+// Single-minimum model (one minimum in time): the same profile plus a base level and a linear
+// trend, m(x) = m0 + s*(x - t0) + profile(x - t0).
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "data/light_curve_parameters.h"
+
+namespace kurvalux_analysis {
+
+// 2*pi, 4*pi and 6*pi as the harmonics use them, and 1/(2*pi) for the mean phase.
+constexpr double kTwoPi = 6.283185307179586;
+constexpr double kFourPi = 12.566370614359172;
+constexpr double kSixPi = 18.84955592153876;
+constexpr double kInverseTwoPi = 0.15915494309189535;
+
+// The magnitude that means "undefined"; model sampling starts its extremes from it.
+constexpr double kUndefinedValue = 100.0;
+
+// Contribution of one eclipse at offset x from its centre. No guard on a zero width: the
+// caller's 1/d and c/d^2 carry whatever infinities the arithmetic gives.
+double EclipseProfile(double x, double amplitude, double inverse_width, double shape,
+                      double correction_factor);
+
+// The whole-cycle model with its derived quantities (kp, ip, ks, is) computed once.
+class CLightCurveModel {
+public:
+    explicit CLightCurveModel(const kurvalux_data::LightCurveParameters& parameters);
+
+    // m(phase), evaluated literally: secondary at phase - sec_phase (never wrapped), primary
+    // at phase or phase - 1 (wrapped at 0.5), then the harmonics whose coefficients are not 0.
+    double Evaluate(double phase) const;
+
+    // m at n phases. Uses the vector kernel when the processor has one (each transcendental
+    // computed once per point, the harmonics by angle-addition from one sine/cosine pair);
+    // the values agree with Evaluate() to a few units in the last place.
+    void EvaluateMany(const double* phases, double* values, size_t n) const;
+
+    const kurvalux_data::LightCurveParameters& Parameters() const { return p_; }
+    double kp() const { return kp_; }
+    double ip() const { return ip_; }
+    double ks() const { return ks_; }
+    double is() const { return is_; }
+
+private:
+    kurvalux_data::LightCurveParameters p_;
+    double kp_, ip_, ks_, is_;
+};
+
+double EvaluateLightCurve(const kurvalux_data::LightCurveParameters& parameters, double phase);
+
+// Indices of the single-minimum parameter vector.
+enum SingleMinimumIndex : size_t {
+    kMinBase = 0,    // m0, base level
+    kMinTime,        // t0, time of minimum
+    kMinTrend,       // s, linear trend
+    kMinAmplitude,   // A
+    kMinWidth,       // D
+    kMinShape,       // G
+    kMinCorrection,  // C
+    kSingleMinimumParameterCount
+};
+using SingleMinimumParameters = std::array<double, kSingleMinimumParameterCount>;
+
+class CSingleMinimumModel {
+public:
+    explicit CSingleMinimumModel(const SingleMinimumParameters& parameters);
+    double Evaluate(double x) const;
+    void EvaluateMany(const double* xs, double* values, size_t n) const;
+    const SingleMinimumParameters& Parameters() const { return p_; }
+
+private:
+    SingleMinimumParameters p_;
+    double k_, i_;
+};
+
+// Phase of time t for the ephemeris (m0, period): the time is folded into the first cycle
+// after m0, so the result lies in [0, 1] (1 exactly when the folded time is m0 + period).
+double PhaseOf(double t, double m0, double period);
+
+// Cycle number E (rounded half away from zero) and O-C in days of a minimum at time t; the
+// reference is m0 for a primary or undefined minimum and m0 + P/2 for a secondary one.
+struct CycleOC {
+    double cycle = 0;
+    double oc = 0;
+};
+CycleOC CycleAndOC(double t, uint32_t minimum_type, double m0, double period);
+
+// Circular mean of phases: the mean phase in (-0.5, 0.5] and the coherence R in [0, 1].
+struct CircularMeanResult {
+    double mean_phase = 0;
+    double coherence = 0;
+};
+CircularMeanResult CircularMean(const std::vector<double>& phases);
+
+// A model curve sampled for drawing, with its largest and smallest value; both start from
+// the undefined 100.0 and the first sample replaces them.
+struct ModelSampling {
+    std::vector<double> abscissae;
+    std::vector<double> values;
+    double largest = kUndefinedValue;
+    double smallest = kUndefinedValue;
+};
+
+// Samples the whole-cycle model every second device column over [phase_from, phase_to] drawn
+// across `columns` device columns (columns 0, 2, 4, ... up to and including the last one
+// reached). A negative phase is evaluated at phase + 1.
+ModelSampling SampleLightCurve(const kurvalux_data::LightCurveParameters& parameters,
+                               double phase_from, double phase_to, int columns);
+
+// Samples the single-minimum model the same way over the fitted span [x_from, x_to] of its
+// abscissa (normalised time).
+ModelSampling SampleSingleMinimum(const SingleMinimumParameters& parameters, double x_from,
+                                  double x_to, int columns);
+
+}  // namespace kurvalux_analysis
