@@ -1,0 +1,229 @@
+#include "lc/svg_context.h"
+
+#include <charconv>
+#include <cstdlib>
+
+#include "platform/text.h"
+
+namespace kurvalux_lc {
+
+using kurvalux_platform::Colour;
+
+void CTextBuffer::Reserve(size_t extra) {
+    if (capacity_ - text_.size() >= extra) return;
+    size_t wanted = text_.size() + extra;
+    size_t grown = capacity_ + capacity_ / 2;
+    if (grown < wanted) grown = wanted;
+    capacity_ = (grown + kGrowthStep - 1) / kGrowthStep * kGrowthStep;
+    text_.reserve(capacity_);
+}
+
+void CTextBuffer::Append(std::string_view piece, size_t length) {
+    if (length > piece.size()) length = piece.size();
+    size_t tabs = indent > 0 ? static_cast<size_t>(indent) : 0;
+    Reserve(tabs + length + (line_end ? 2 : 0));
+    text_.append(tabs, '\t');
+    text_.append(piece.data(), length);
+    if (line_end) text_.append("\r\n");
+}
+
+void CTextBuffer::AppendRaw(std::string_view piece) {
+    Reserve(piece.size());
+    text_.append(piece);
+}
+
+void CTextBuffer::Clear() {
+    text_.clear();
+    text_.shrink_to_fit();
+    capacity_ = 0;
+}
+
+namespace {
+
+void AppendInt(std::string& out, long value) {
+    char digits[24];
+    auto result = std::to_chars(digits, digits + sizeof digits, value);
+    out.append(digits, result.ptr);
+}
+
+// The state texts are kept cut to their capacity and written with the same bound.
+void AppendBounded(std::string& out, const std::string& text) {
+    out.append(text, 0, CSVGContext::kStateCapacity);
+}
+
+void AppendAttribute(std::string& out, const char* name, long value) {
+    out += ' ';
+    out += name;
+    out += "=\"";
+    AppendInt(out, value);
+    out += '"';
+}
+
+}  // namespace
+
+std::string SvgColour(Colour colour) {
+    std::string text = "rgb(";
+    AppendInt(text, kurvalux_platform::RedOf(colour));
+    text += ',';
+    AppendInt(text, kurvalux_platform::GreenOf(colour));
+    text += ',';
+    AppendInt(text, kurvalux_platform::BlueOf(colour));
+    text += ')';
+    return text;
+}
+
+CSVGContext::CSVGContext() {
+    kurvalux_platform::AssignCut(stroke_, "rgb(0,0,0)", kStateCapacity);
+    kurvalux_platform::AssignCut(width_, "1px", kStateCapacity);
+    kurvalux_platform::AssignCut(fill_, "rgb(255,255,255)", kStateCapacity);
+    kurvalux_platform::AssignCut(class_, "normal", kStateCapacity);
+}
+
+void CSVGContext::WriteHeader(CTextBuffer& output, int width, int height) {
+    output_ = &output;
+    output.indent = 0;
+    output.line_end = false;
+    std::string head =
+        "<?xml version=\"1.0\"?>\r\n"
+        "<!DOCTYPE svg PUBLIC \"-//W3C//DTD SVG 1.1//EN\"\r\n"
+        "\"http://www.w3.org/Graphics/SVG/1.1/DTD/svg11.dtd\">\r\n"
+        "<svg xmlns=\"http://www.w3.org/2000/svg\"";
+    AppendAttribute(head, "width", width);
+    AppendAttribute(head, "height", height);
+    head +=
+        ">\r\n"
+        "<style>\r\n"
+        ".normal {font: 12px sans-serif; }\r\n"
+        ".bold   {font: bold 12px sans-serif; }\r\n"
+        ".title  {font: bold 16px sans-serif; }\r\n"
+        "</style>\r\n";
+    output.Append(head);
+}
+
+void CSVGContext::WriteFooter() {
+    if (output_) output_->Append("</svg>");
+}
+
+void CSVGContext::SetPenColour(Colour colour) {
+    kurvalux_platform::AssignCut(stroke_, SvgColour(colour), kStateCapacity);
+}
+
+void CSVGContext::SetPenWidth(unsigned width) {
+    std::string text;
+    AppendInt(text, static_cast<long>(width));
+    text += "px";
+    kurvalux_platform::AssignCut(width_, text, kStateCapacity);
+}
+
+void CSVGContext::SetFillColour(Colour colour) {
+    kurvalux_platform::AssignCut(fill_, SvgColour(colour), kStateCapacity);
+}
+
+void CSVGContext::SelectFont(const kurvalux_platform::CFont* font) {
+    CDrawContext::SelectFont(font);
+    const char* name = "normal";
+    if (font) {
+        if (std::abs(font->height) >= 13)
+            name = "title";
+        else if (font->weight >= 600)
+            name = "bold";
+    }
+    kurvalux_platform::AssignCut(class_, name, kStateCapacity);
+}
+
+void CSVGContext::DrawText(int x, int y, size_t length, std::string_view text) {
+    if (!output_) return;
+    if (length > text.size()) length = text.size();
+    element_ = "<text";
+    AppendAttribute(element_, "x", x);
+    AppendAttribute(element_, "y", y);
+    element_ += " class=\"";
+    AppendBounded(element_, class_);
+    element_ += "\">";
+    element_.append(text.data(), length);
+    element_ += "</text>\r\n";
+    output_->Append(element_);
+}
+
+void CSVGContext::DrawLine(int x1, int y1, int x2, int y2) {
+    if (!output_) return;
+    element_ = "<line";
+    AppendAttribute(element_, "x1", x1);
+    AppendAttribute(element_, "y1", y1);
+    AppendAttribute(element_, "x2", x2);
+    AppendAttribute(element_, "y2", y2);
+    element_ += " style=\"stroke:";
+    AppendBounded(element_, stroke_);
+    element_ += ";stroke-width:";
+    AppendBounded(element_, width_);
+    element_ += "\" />\r\n";
+    output_->Append(element_);
+}
+
+void CSVGContext::DrawPolyline(size_t count, const int* xs, const int* ys) {
+    if (!output_ || count == 0) return;
+    element_ = "<polyline points=\"";
+    for (size_t i = 0; i < count; ++i) {
+        AppendInt(element_, xs[i]);
+        element_ += ',';
+        AppendInt(element_, ys[i]);
+        element_ += ' ';
+    }
+    element_ += "\" style=\"fill:none;stroke:";
+    AppendBounded(element_, stroke_);
+    element_ += ";stroke-width:";
+    AppendBounded(element_, width_);
+    element_ += "\" />\r\n";
+    output_->Append(element_);
+}
+
+void CSVGContext::DrawCircle(int cx, int cy, int r) {
+    if (!output_) return;
+    element_ = "<circle";
+    AppendAttribute(element_, "cx", cx);
+    AppendAttribute(element_, "cy", cy);
+    AppendAttribute(element_, "r", r);
+    element_ += " style=\"stroke:";
+    AppendBounded(element_, stroke_);
+    element_ += ";stroke-width:";
+    AppendBounded(element_, width_);
+    element_ += ";fill:none\" />\r\n";
+    output_->Append(element_);
+}
+
+void CSVGContext::DrawFilledCircle(int cx, int cy, int r, bool outline) {
+    if (!output_) return;
+    element_ = "<circle";
+    AppendAttribute(element_, "cx", cx);
+    AppendAttribute(element_, "cy", cy);
+    AppendAttribute(element_, "r", r);
+    element_ += " style=\"stroke:";
+    if (outline) {
+        AppendBounded(element_, stroke_);
+        element_ += ";stroke-width:";
+        AppendBounded(element_, width_);
+    } else {
+        // Without an outline the rim takes the fill colour, so the disc keeps its size.
+        AppendBounded(element_, fill_);
+        element_ += ";stroke-width:1px";
+    }
+    element_ += ";fill:";
+    AppendBounded(element_, fill_);
+    element_ += "\" />\r\n";
+    output_->Append(element_);
+}
+
+void CSVGContext::FillRectangle(int x, int y, int width, int height) {
+    if (!output_) return;
+    element_ = "<rect";
+    AppendAttribute(element_, "x", x);
+    AppendAttribute(element_, "y", y);
+    AppendAttribute(element_, "width", width);
+    AppendAttribute(element_, "height", height);
+    element_ += " style=\"fill:";
+    AppendBounded(element_, fill_);
+    element_ += "\" />\r\n";
+    output_->Append(element_);
+}
+
+}  // namespace kurvalux_lc
