@@ -36,8 +36,7 @@ std::optional<long> Args::Integer(const std::string& name) const {
     long value = 0;
     auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) {
-        std::fprintf(stderr, "--%s needs a whole number, not \"%s\"\n", name.c_str(),
-                     text.c_str());
+        std::fprintf(stderr, "--%s needs a whole number, not \"%s\"\n", name.c_str(), text.c_str());
         return std::nullopt;
     }
     return value;
@@ -79,8 +78,7 @@ bool LoadFieldArgument(const Args& args, kurvalux_data::Field& field) {
     return true;
 }
 
-kurvalux_data::CObjectListElem* FindObjectArgument(const Args& args,
-                                                   kurvalux_data::Field& field) {
+kurvalux_data::CObjectListElem* FindObjectArgument(const Args& args, kurvalux_data::Field& field) {
     const std::string name = args.Get("object");
     kurvalux_data::CObjectListElem* object = field.FindObject(name);
     if (!object) std::fprintf(stderr, "No object named %s\n", name.c_str());

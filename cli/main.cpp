@@ -55,8 +55,8 @@ int main(int argc, char** argv) {
         std::string word = argv[i];
         if (word.rfind("--", 0) == 0 && word.size() > 2) {
             std::string name = word.substr(2);
-            bool is_flag = std::find(command.flags.begin(), command.flags.end(), name) !=
-                           command.flags.end();
+            bool is_flag =
+                std::find(command.flags.begin(), command.flags.end(), name) != command.flags.end();
             if (is_flag) {
                 args.flags.push_back(name);
             } else if (i + 1 < argc) {

@@ -109,8 +109,8 @@ public:
         return is_flux ? values[i] * offset : values[i] + offset;
     }
 
-    CMetaData meta_data;       // edited by the user, kept in the field file
-    CMetaData file_meta_data;  // from the photometry file's header
+    CMetaData meta_data;         // edited by the user, kept in the field file
+    CMetaData file_meta_data;    // from the photometry file's header
     std::vector<double> times;   // JD
     std::vector<double> values;  // magnitude or flux
     std::vector<double> errors;

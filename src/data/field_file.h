@@ -5,20 +5,12 @@
 #include <string>
 
 #include "data/field.h"
+#include "data/series_paths.h"
 #include "platform/message_box.h"
 
 namespace kurvalux_data {
 
 constexpr int kFieldFileVersion = 4;
-
-// Where relative series paths are resolved: the root directory when set, else the program's
-// folder; as a last resort the folder of the field file itself, so that a field folder moved
-// to another machine keeps working.
-struct PathBases {
-    std::string root_directory;
-    std::string program_folder;
-    std::string field_folder;
-};
 
 struct FieldLoadOptions {
     PathBases bases;

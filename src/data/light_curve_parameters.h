@@ -40,7 +40,7 @@ constexpr std::array<const char*, kLightCurveParameterCount> kLightCurveParamete
 
 // The order in which files list them: all sines before all cosines.
 constexpr std::array<size_t, kLightCurveParameterCount> kLightCurveFileOrder = {
-    kMag0, kSecPhase, kAPri, kDPri,  kGPri,  kCPri,  kASec,  kDSec,
+    kMag0, kSecPhase, kAPri,  kDPri,  kGPri,  kCPri,  kASec,  kDSec,
     kGSec, kCSec,     kASin1, kASin2, kASin3, kACos1, kACos2, kACos3};
 
 }  // namespace kurvalux_data

@@ -91,7 +91,9 @@ uint64_t LastWriteFileTime(const std::string& path) {
 bool MatchesMask(std::string_view name, std::string_view mask) {
     // Iterative wildcard match with one backtracking point for the last "*".
     size_t n = 0, m = 0, star = std::string_view::npos, mark = 0;
-    auto lower = [](char c) { return static_cast<char>(std::tolower(static_cast<unsigned char>(c))); };
+    auto lower = [](char c) {
+        return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    };
     while (n < name.size()) {
         if (m < mask.size() && (mask[m] == '?' || lower(mask[m]) == lower(name[n]))) {
             ++n;

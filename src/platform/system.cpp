@@ -23,9 +23,13 @@ unsigned ProcessorCount() {
     return n ? n : 1;
 }
 
-void SetProcessorCount(unsigned count) { g_processor_override.store(count); }
+void SetProcessorCount(unsigned count) {
+    g_processor_override.store(count);
+}
 
-const std::string& ProgramFolder() { return g_program_folder; }
+const std::string& ProgramFolder() {
+    return g_program_folder;
+}
 
 void SetProgramFolder(const std::string& folder) {
     g_program_folder = folder;

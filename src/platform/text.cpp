@@ -1,8 +1,8 @@
 #include "platform/text.h"
 
+#include <cctype>
 #include <charconv>
 #include <cmath>
-#include <cctype>
 #include <cstdio>
 
 namespace kurvalux_platform {
@@ -17,8 +17,8 @@ std::string Cut(std::string_view src, size_t capacity) {
 
 std::string FormatFixedAlways(double value, int decimals) {
     char buffer[400];
-    auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed,
-                                decimals);
+    auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed, decimals);
     if (result.ec != std::errc()) return "0";
     std::string text(buffer, result.ptr);
     // "-0.000" is not a useful text for a value that rounds to zero.
@@ -79,8 +79,8 @@ bool ParseSexagesimal(std::string_view text, double& value) {
     int count = 0;
     while (count < 3) {
         skip();
-        if (i >= text.size() || !(std::isdigit(static_cast<unsigned char>(text[i])) ||
-                                  text[i] == '.'))
+        if (i >= text.size() ||
+            !(std::isdigit(static_cast<unsigned char>(text[i])) || text[i] == '.'))
             break;
         double v = 0;
         auto result = std::from_chars(text.data() + i, text.data() + text.size(), v,

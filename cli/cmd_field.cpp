@@ -1,0 +1,33 @@
+// Field-level subcommands: statistics and a load/save round trip.
+#include <cstdio>
+
+#include "cli/cli.h"
+#include "data/field_statistics.h"
+
+namespace kurvalux_cli {
+namespace {
+
+int Stats(const Args& args) {
+    kurvalux_data::Field field;
+    if (!LoadFieldArgument(args, field)) return 1;
+    const auto statistics = kurvalux_data::ComputeFieldStatistics(field, args.Flag("short"));
+    for (const std::string& line : kurvalux_data::FieldStatisticsLines(statistics))
+        std::printf("%s\n", line.c_str());
+    return 0;
+}
+
+int Save(const Args& args) {
+    if (args.positional.size() != 2) {
+        std::fprintf(stderr, "usage: kurvalux-cli save IN.kvf OUT.kvf [--root DIR]\n");
+        return 2;
+    }
+    kurvalux_data::Field field;
+    if (!LoadFieldArgument(args, field)) return 1;
+    return kurvalux_data::SaveField(args.positional[1], field, Messages()) ? 0 : 1;
+}
+
+const CommandRegistrar stats("stats", "FIELD.kvf [--short] [--root DIR]", Stats, {"short"});
+const CommandRegistrar save("save", "IN.kvf OUT.kvf [--root DIR]", Save);
+
+}  // namespace
+}  // namespace kurvalux_cli

@@ -1,0 +1,282 @@
+#include "data/field_file.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "data/keyword_scanner.h"
+#include "data/kvf_blocks.h"
+#include "data/photometry.h"
+#include "platform/files.h"
+#include "platform/system.h"
+#include "platform/text.h"
+
+namespace kurvalux_data {
+
+namespace {
+
+constexpr uint64_t kFieldFileLimit = 1ULL << 31;
+constexpr const char* kLoadFailedTitle = "Failed load field description";
+
+// A series block read from the text whose photometry file is still to be read.
+struct PendingSeries {
+    CObjectListElem* object = nullptr;
+    std::unique_ptr<CLocalSeriesTreeElem> series;
+    bool loaded = false;
+    std::string error;
+    std::string path;
+};
+
+// What reading the text leaves to do once the photometry files are read, in file order: add
+// a series to its object, or show a message about a refused web series.
+struct LoadEvent {
+    size_t pending = SIZE_MAX;
+    std::vector<std::string> message;
+};
+
+class FieldTextReader {
+public:
+    explicit FieldTextReader(std::string_view text) : scanner_(text), blocks_(scanner_) {}
+
+    // Reads everything; on a syntax failure returns false with what was read before it.
+    bool Read(Field& field, int& announced_objects);
+    const std::string& Error() const { return scanner_.Error(); }
+
+    std::vector<PendingSeries> pending;
+    std::vector<LoadEvent> events;
+
+private:
+    bool ReadObject(CObjectListElem& object);
+
+    CKeywordScanner scanner_;
+    CKvfBlockReader blocks_;
+};
+
+bool FieldTextReader::Read(Field& field, int& announced_objects) {
+    std::string word;
+    if (!scanner_.ReadIdentifier(word) || word != "kurvalux") {
+        scanner_.Fail("Missing \"kurvalux\" keyword");
+        return false;
+    }
+    int32_t version = 0;
+    announced_objects = 0;
+    for (;;) {
+        if (!blocks_.Next() || !blocks_.Word(word)) return false;
+        if (word == "version") {
+            if (!scanner_.ExpectEquals() || !scanner_.ReadInteger(version)) return false;
+        } else if (word == "objects") {
+            if (!scanner_.ExpectEquals() || !scanner_.ReadInteger(announced_objects)) return false;
+        } else {
+            break;
+        }
+    }
+    if (version == 0) {
+        scanner_.Fail("Missing file version information");
+        return false;
+    }
+    if (version > kFieldFileVersion) {
+        scanner_.Fail("File version higher than supported (update KURVALUX)");
+        return false;
+    }
+    for (;;) {
+        if (word == "end_kurvalux") return true;
+        if (word != "object") return blocks_.Unknown(word);
+        CObjectListElem& object = field.AddObject();
+        if (!blocks_.Next() || !ReadObject(object)) return false;
+        object.CompleteSavedEphemeris();
+        if (!blocks_.Next() || !blocks_.Word(word)) return false;
+    }
+}
+
+bool FieldTextReader::ReadObject(CObjectListElem& o) {
+    CKvfBlockReader& r = blocks_;
+    std::string word;
+    for (;;) {
+        if (!r.Word(word)) return false;
+        bool ok = true;
+        if (word == "end_object") {
+            return true;
+        } else if (word == "token") {
+            ok = r.Quoted(o.token, kTokenCapacity);
+        } else if (word == "publisher") {
+            ok = r.Quoted(o.publisher, kPublisherCapacity);
+        } else if (word == "name" || word == "caption") {
+            ok = r.Quoted(o.name, kNameCapacity);
+        } else if (word == "alternate_name" || word == "alternate_caption") {
+            ok = r.Quoted(o.alternate_name, kAlternateNameCapacity);
+        } else if (word == "variability_type") {
+            ok = r.Quoted(o.variability_type, kVariabilityTypeCapacity);
+        } else if (word == "comment") {
+            ok = r.Quoted(o.comment, kCommentCapacity);
+        } else if (word == "m0") {
+            ok = r.Number(o.m0);
+        } else if (word == "period") {
+            ok = r.Number(o.period);
+        } else if (word == "saved_m0") {
+            ok = r.Number(o.saved_m0);
+        } else if (word == "saved_period") {
+            ok = r.Number(o.saved_period);
+        } else if (word == "primary_fit_time_range") {
+            ok = r.Number(o.primary_fit_time_range);
+        } else if (word == "secondary_fit_time_range") {
+            ok = r.Number(o.secondary_fit_time_range);
+        } else if (word == "max_magnitude") {
+            ok = r.Number(o.max_magnitude);
+        } else if (word == "min_magnitude") {
+            ok = r.Number(o.min_magnitude);
+        } else if (word == "absolute_path") {
+            ok = r.Quoted(o.absolute_path, kPathCapacity);
+        } else if (word == "relative_path") {
+            ok = r.Quoted(o.relative_path, kPathCapacity);
+        } else if (word == "dir_key") {
+            ok = r.Quoted(o.dir_key, kPathCapacity);
+        } else if (word == "file_names") {
+            ok = r.Quoted(o.file_names, kPathCapacity);
+        } else if (word == "offset_amplitude") {
+            ok = r.Number(o.offset_amplitude);
+        } else if (word == "period_amplitude") {
+            ok = r.Number(o.period_amplitude);
+        } else if (word == "meta_data_source") {
+            int32_t source = 0;
+            ok = scanner_.ExpectEquals() && scanner_.ReadInteger(source);
+            o.meta_data_source = static_cast<uint32_t>(source);
+        } else if (word == "meta_data") {
+            ok = r.Next() && r.ReadMetaData(o.meta_data);
+        } else if (word == "fit") {
+            ok = r.Next() && r.ReadFit(o.fit);
+            o.has_fit = true;
+        } else if (word == "use_export_fit_name") {
+            ok = r.Boolean(o.use_export_fit_name);
+        } else if (word == "export_fit_name") {
+            ok = r.Quoted(o.export_fit_name, kPathCapacity);
+        } else if (word == "export_fit_prefix") {
+            ok = r.Quoted(o.export_fit_prefix, kPathCapacity);
+        } else if (word == "export_fit_postfix") {
+            ok = r.Quoted(o.export_fit_postfix, kPathCapacity);
+        } else if (word == "notes") {
+            ok = r.Next() && r.ReadNotes(o.notes);
+        } else if (word == "series") {
+            auto series = std::make_unique<CLocalSeriesTreeElem>();
+            ok = r.Next() && series->Read(scanner_);
+            if (ok) {
+                events.push_back({pending.size(), {}});
+                pending.push_back({&o, std::move(series), false, {}, {}});
+            }
+        } else if (word == "web_series") {
+            auto entry = std::make_unique<CWebSeriesLocalDataTreeElem>();
+            ok = r.Next() && r.ReadWebSeries(*entry);
+            if (ok) {
+                const std::string id =
+                    entry->user_id + " " + kurvalux_platform::FormatHex(entry->file_time);
+                if (!o.AddWebSeriesLocalData(std::move(entry)))
+                    events.push_back({SIZE_MAX,
+                                      {"Duplicate web series (same user and file time):", id,
+                                       "Series removed from the field"}});
+            }
+        } else {
+            return r.Unknown(word);
+        }
+        if (!ok || !r.Next()) return false;
+    }
+}
+
+// Reads every pending series file, in parallel when asked; each worker fills only the
+// series it took, so the result does not depend on the order in which they finish.
+void LoadPendingSeries(std::vector<PendingSeries>& pending, const PathBases& bases, bool parallel) {
+    std::atomic<size_t> next{0};
+    auto work = [&] {
+        for (size_t i = next++; i < pending.size(); i = next++)
+            pending[i].loaded =
+                LoadSeriesData(*pending[i].series, bases, pending[i].error, pending[i].path);
+    };
+    const unsigned threads = parallel ? std::min<unsigned>(kurvalux_platform::ProcessorCount(),
+                                                           static_cast<unsigned>(pending.size()))
+                                      : 1;
+    if (threads <= 1) {
+        work();
+        return;
+    }
+    std::vector<std::jthread> workers;
+    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(work);
+}
+
+}  // namespace
+
+FieldLoadResult LoadField(const std::string& path, Field& field, const FieldLoadOptions& options,
+                          kurvalux_platform::CMessageBoxSink& messages) {
+    FieldLoadResult result;
+    std::string text;
+    if (kurvalux_platform::ReadWholeFile(path, kFieldFileLimit, text) !=
+        kurvalux_platform::ReadStatus::Ok) {
+        messages.Error(kLoadFailedTitle, {"Cannot open file", path});
+        return result;
+    }
+    field.Clear();
+    FieldTextReader reader(text);
+    int announced = 0;
+    const bool syntax_ok = reader.Read(field, announced);
+
+    // The photometry of every series read before any syntax failure, then the series added
+    // in file order with their messages, exactly as a sequential load would show them.
+    LoadPendingSeries(reader.pending, options.bases, options.parallel);
+    const CObjectListElem* last_object = nullptr;
+    int objects_done = 0;
+    for (LoadEvent& event : reader.events) {
+        if (event.pending == SIZE_MAX) {
+            messages.Error("Error", event.message);
+            result.series_removed = true;
+            continue;
+        }
+        PendingSeries& p = reader.pending[event.pending];
+        if (options.progress && p.object != last_object) {
+            options.progress(objects_done++, announced);
+            last_object = p.object;
+        }
+        if (!p.loaded) {
+            messages.Error("Error", {"Cannot load series photometry data:", p.path, p.error,
+                                     "Series removed from the field"});
+            result.series_removed = true;
+            continue;
+        }
+        std::vector<std::string> refusal;
+        if (!p.object->AddSeries(std::move(p.series), p.path, refusal)) {
+            messages.Error("Error", refusal);
+            result.series_removed = true;
+        }
+    }
+    if (!syntax_ok) {
+        field.Clear();
+        messages.Error(kLoadFailedTitle, {"Load data failed", reader.Error()});
+        return result;
+    }
+    if (options.progress) options.progress(static_cast<int>(field.objects.size()), announced);
+    result.ok = true;
+    return result;
+}
+
+std::string FieldToText(const Field& field) {
+    CKeywordWriter w;
+    w.Begin("kurvalux");
+    w.Integer("version", kFieldFileVersion);
+    w.Integer("objects", static_cast<long long>(field.objects.size()));
+    for (const auto& object : field.objects) WriteObject(w, *object);
+    w.End("end_kurvalux");
+    return w.Release();
+}
+
+bool SaveField(const std::string& path, const Field& field,
+               kurvalux_platform::CMessageBoxSink& messages) {
+    const std::string text = FieldToText(field);
+    if (kurvalux_platform::FileExists(path)) {
+        const std::string backup = kurvalux_platform::ReplaceExtension(path, "bak");
+        kurvalux_platform::RemoveFile(backup);
+        kurvalux_platform::RenameFile(path, backup);
+    }
+    if (!kurvalux_platform::WriteWholeFile(path, text)) {
+        messages.Error("Failed save field description", {"Cannot create file", path});
+        return false;
+    }
+    return true;
+}
+
+}  // namespace kurvalux_data

@@ -1,0 +1,45 @@
+#include "data/field_statistics.h"
+
+#include <climits>
+#include <cmath>
+#include <unordered_set>
+
+namespace kurvalux_data {
+
+FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only) {
+    FieldStatistics s;
+    std::unordered_set<long> nights;
+    double days = 0;
+    s.objects = static_cast<long>(field.objects.size());
+    for (const auto& object : field.objects) {
+        for (const auto& series : object->series) {
+            const double span = series->LastTime() - series->FirstTime();
+            if (short_only && !(span < 1.0)) continue;
+            ++s.series;
+            s.minima += static_cast<long>(series->minima.size());
+            s.points += static_cast<long>(series->Count());
+            days += span;
+            long last_night = LONG_MIN;
+            for (double t : series->times) {
+                const long night = static_cast<long>(std::trunc(t));
+                if (night != last_night) nights.insert(night);
+                last_night = night;
+            }
+        }
+    }
+    s.nights = static_cast<long>(nights.size());
+    s.obs_hours = static_cast<long>(std::floor(days * 24.0 + 0.5));
+    return s;
+}
+
+std::vector<std::string> FieldStatisticsLines(const FieldStatistics& s) {
+    return {"Field contains:",
+            std::to_string(s.objects) + " objects",
+            std::to_string(s.series) + " series",
+            std::to_string(s.minima) + " minima",
+            std::to_string(s.points) + " points",
+            std::to_string(s.nights) + " nights",
+            std::to_string(s.obs_hours) + " obs. hours"};
+}
+
+}  // namespace kurvalux_data

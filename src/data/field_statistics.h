@@ -1,0 +1,28 @@
+#pragma once
+// What a field holds: objects, series, minima, points, observing nights and hours.
+#include <string>
+#include <vector>
+
+#include "data/field.h"
+
+namespace kurvalux_data {
+
+struct FieldStatistics {
+    long objects = 0;
+    long series = 0;
+    long minima = 0;
+    long points = 0;
+    long nights = 0;     // distinct integer JDs among the points counted
+    long obs_hours = 0;  // summed series spans in days x 24, rounded half up
+};
+
+// All series, or (short_only) only the series spanning less than one day, which leaves out
+// survey data that covers months.
+FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only);
+
+// The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours".
+std::vector<std::string> FieldStatisticsLines(const FieldStatistics& statistics);
+
+constexpr const char* kFieldStatisticsTitle = "Statistics of Field";
+
+}  // namespace kurvalux_data
