@@ -2,6 +2,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 #include "cli/cli.h"
 #include "data/settings.h"
@@ -49,8 +50,9 @@ kurvalux_platform::CStreamMessageBoxSink& Messages() {
 
 namespace {
 std::string FolderOf(const std::string& path) {
-    size_t slash = path.find_last_of("/\\");
-    return slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1);
+    std::error_code ec;
+    std::filesystem::path absolute = std::filesystem::absolute(path, ec);
+    return ec ? std::string("./") : absolute.parent_path().string() + "/";
 }
 }  // namespace
 

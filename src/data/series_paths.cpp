@@ -41,14 +41,16 @@ bool IsAbsoluteStyle(const std::string& path) {
 
 std::string JoinPath(const std::string& folder, const std::string& relative) {
     if (folder.empty()) return relative;
+    // A folder written with "/" gets the relative part in the same style, so that paths found
+    // on this machine read naturally; a Windows-style folder keeps "\".
+    const bool slash_style = folder.find('/') != std::string::npos;
     std::string joined = folder;
+    if (!IsSeparator(joined.back())) joined.push_back(slash_style ? '/' : '\\');
     size_t skip = 0;
     while (skip < relative.size() && IsSeparator(relative[skip])) ++skip;
-    if (!IsSeparator(joined.back()))
-        joined.push_back(
-            folder.find('\\') != std::string::npos && folder.find('/') == std::string::npos ? '\\'
-                                                                                            : '/');
-    return joined + relative.substr(skip);
+    for (size_t i = skip; i < relative.size(); ++i)
+        joined.push_back(slash_style && relative[i] == '\\' ? '/' : relative[i]);
+    return joined;
 }
 
 ResolvedPath ResolveSeriesPath(const std::string& absolute_path, const std::string& relative_path,
