@@ -1,0 +1,146 @@
+#include "analysis/fit_all_minima.h"
+
+#include <cmath>
+
+#include "analysis/fit_points.h"
+
+namespace kurvalux_analysis {
+
+namespace {
+const char* const kCannotFind = "Cannot find minima";
+}
+
+FitAllMinimaOptions FitAllMinimaDefaults(const kurvalux_data::CObjectListElem& object) {
+    FitAllMinimaOptions options;
+    options.period = object.period;
+    options.primary_time_around = object.primary_fit_time_range;
+    options.secondary_time_around = object.secondary_fit_time_range;
+    return options;
+}
+
+FitMessage ValidateFitAllMinima(double m0, const FitAllMinimaOptions& o) {
+    // A negative or non-finite period cannot come from the dialog; it is as unusable as 0.
+    if (m0 == 0 || !(o.period > 0) || !std::isfinite(o.period) || !std::isfinite(m0))
+        return {kCannotFind, {"M0 and/or Period udefined"}};
+    if (o.fit_primary && !(o.primary_time_around > 0))
+        return {kCannotFind, {"Primary Time Range udefined"}};
+    if (o.fit_secondary && o.secondary_phase == 0)
+        return {kCannotFind, {"Secondary phase udefined"}};
+    if (o.fit_secondary && !(o.secondary_time_around > 0))
+        return {kCannotFind, {"Secondary Time Range udefined"}};
+    return {};
+}
+
+FitAllMinimaResult FitAllMinima(kurvalux_data::CObjectListElem& object,
+                                const std::vector<size_t>& selected,
+                                const FitAllMinimaOptions& options,
+                                kurvalux_platform::CMessageBoxSink& messages) {
+    FitAllMinimaResult result;
+    if (selected.empty()) {
+        messages.Error(kCannotFind, {"No series selected to find minima"});
+        return result;
+    }
+    const FitMessage refusal = ValidateFitAllMinima(object.m0, options);
+    if (!refusal.empty()) {
+        messages.Error(refusal.title, refusal.lines);
+        return result;
+    }
+    result.started = true;
+    object.primary_fit_time_range = options.primary_time_around;
+    object.secondary_fit_time_range = options.secondary_time_around;
+
+    const double m0 = object.m0;
+    const double period = options.period;
+    struct Kind {
+        bool asked;
+        uint32_t type;
+        double phase;
+        double around;
+        const char* question;
+    };
+    const Kind kinds[2] = {
+        {options.fit_primary, kurvalux_data::kMinimumPrimary, 0.0, options.primary_time_around,
+         "Add Primary minimum?"},
+        {options.fit_secondary, kurvalux_data::kMinimumSecondary, options.secondary_phase,
+         options.secondary_time_around, "Add Secondary minimum?"}};
+
+    for (size_t index : selected) {
+        if (index >= object.series.size()) continue;
+        kurvalux_data::CSeriesTreeElem& series = *object.series[index];
+        const SeriesPoints points = MagnitudePoints(series, object.is_flux);
+        if (points.Count() == 0) continue;
+        const double t_first = points.times.front();
+        const double t_last = points.times.back();
+        for (const Kind& kind : kinds) {
+            if (!kind.asked) continue;
+            const double cycle = std::trunc((t_first - m0) / period);
+            double centre = m0 + (cycle + kind.phase) * period;
+            double from = centre - kind.around / 2;
+            double to = centre + kind.around / 2;
+            for (; from < t_last; centre += period, from += period, to += period) {
+                ++result.windows;
+                // Both branches of the predicted minimum must be covered.
+                int descending = 0, ascending = 0;
+                for (double t : points.times) {
+                    if (t < from || t > to) continue;
+                    if (t < centre)
+                        ++descending;
+                    else
+                        ++ascending;
+                }
+                if (descending < options.min_branch_points ||
+                    ascending < options.min_branch_points) {
+                    ++result.skipped;
+                    continue;
+                }
+                MinimumFitOptions fit_options;
+                fit_options.times = points.times;
+                fit_options.values = points.values;
+                fit_options.errors = points.errors;
+                fit_options.t_start = from;
+                fit_options.t_end = to;
+                fit_options.free = options.free;
+                fit_options.start = EstimateMinimumStart(fit_options);
+                const MinimumFitResult fit = FitMinimum(fit_options);
+                if (!fit.ok) {
+                    ++result.failed;
+                    messages.Error("MInimum Fit failed", {"Cannot fit selected points"});
+                    continue;
+                }
+                BootstrapOptions bootstrap;
+                bootstrap.fit = fit_options;
+                bootstrap.fitted = fit;
+                bootstrap.processors = options.processors;
+                bootstrap.seed = options.seed;
+                const BootstrapResult error = EstimateMinimumError(bootstrap);
+
+                FoundMinimum found;
+                found.series_index = index;
+                found.type = kind.type;
+                found.time = fit.time_of_minimum;
+                found.has_error = error.ok && error.has_error;
+                found.error = found.has_error ? error.error : 0.0;
+                const kurvalux_platform::MessageAnswer answer = messages.Show(
+                    "Found Minimum", {kind.question}, kurvalux_platform::MessageIcon::Question,
+                    kurvalux_platform::MessageButtons::YesNoCancel);
+                if (answer == kurvalux_platform::MessageAnswer::Yes) {
+                    kurvalux_data::CMinimaListElem minimum;
+                    minimum.type = kind.type;
+                    minimum.time = found.time;
+                    minimum.error = found.error;
+                    series.minima.push_back(minimum);
+                    found.added = true;
+                    ++result.added;
+                }
+                result.found.push_back(found);
+                if (answer == kurvalux_platform::MessageAnswer::Cancel) {
+                    result.cancelled = true;
+                    return result;
+                }
+            }
+        }
+    }
+    return result;
+}
+
+}  // namespace kurvalux_analysis
