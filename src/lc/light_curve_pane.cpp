@@ -24,6 +24,22 @@ void PaintStripes(CDrawContext& dc, const std::vector<CStripeListElem>& stripes,
     }
 }
 
+namespace {
+
+// Point and marker storage grows in whole steps (20 points, 5 markers); the number of steps
+// added grows with the size, so that a million points are added in linear time.
+size_t Grown(size_t size, size_t step) {
+    size_t wanted = std::max(size + step, size + size / 2);
+    return (wanted + step - 1) / step * step;
+}
+
+}  // namespace
+
+void CLightCurvePane::ReservePoints(size_t count) {
+    if (count > points_.capacity())
+        points_.reserve((count + kPointGrowth - 1) / kPointGrowth * kPointGrowth);
+}
+
 CLightCurvePane::CLightCurvePane() {
     SetDpi(96, 96);
 }
@@ -42,8 +58,7 @@ void CLightCurvePane::ClearData() {
 
 void CLightCurvePane::AddPoint(double x, double y, double error, Colour colour, bool highlighted,
                                CPointSource source) {
-    // Storage grows in steps of 20 points.
-    if (points_.size() == points_.capacity()) points_.reserve(points_.size() + kPointGrowth);
+    if (points_.size() == points_.capacity()) points_.reserve(Grown(points_.size(), kPointGrowth));
     points_.push_back(CChartPoint{x, y, error, colour, highlighted, source});
 }
 
@@ -54,7 +69,8 @@ void CLightCurvePane::AddMarker(double time, Colour colour, uint32_t kind, CPoin
 
 void CLightCurvePane::AddMarkerAt(double position, double time, Colour colour, uint32_t kind,
                                   CPointSource source, bool end_circles) {
-    if (markers_.size() == markers_.capacity()) markers_.reserve(markers_.size() + kMarkerGrowth);
+    if (markers_.size() == markers_.capacity())
+        markers_.reserve(Grown(markers_.size(), kMarkerGrowth));
     markers_.push_back(CChartMarker{time, position, colour, kind, source, end_circles});
 }
 

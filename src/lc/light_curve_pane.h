@@ -113,6 +113,8 @@ public:
     void ClearData();
     void AddPoint(double x, double y, double error, Colour colour, bool highlighted,
                   CPointSource source = {});
+    // Makes room for `count` points at once (a fill that knows its size).
+    void ReservePoints(size_t count);
     // A marker at its own time on the X axis.
     void AddMarker(double time, Colour colour, uint32_t kind, CPointSource source = {},
                    bool end_circles = false);
