@@ -144,23 +144,6 @@ void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<u
     }
 }
 
-// The result rule: a repeated key is discarded; otherwise the candidate goes before the first
-// entry with a smaller R (after equal ones), the 21st entry falls off, and a candidate that
-// would go last enters only while the list holds fewer than 20.
-void MergeIntoResult(std::vector<CPeriodListElem>& result, const CPeriodListElem& candidate) {
-    for (const CPeriodListElem& e : result)
-        if (e.key == candidate.key) return;
-    auto position = std::find_if(result.begin(), result.end(), [&](const CPeriodListElem& e) {
-        return e.coherence < candidate.coherence;
-    });
-    if (position == result.end()) {
-        if (result.size() < kPeriodResultCapacity) result.push_back(candidate);
-        return;
-    }
-    result.insert(position, candidate);
-    if (result.size() > kPeriodResultCapacity) result.pop_back();
-}
-
 std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v) {
     std::vector<uint8_t> flags(minima.size());
     int k = 0;
@@ -181,6 +164,20 @@ std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint
 }
 
 }  // namespace
+
+void MergePeriodIntoResult(std::vector<CPeriodListElem>& result, const CPeriodListElem& candidate) {
+    for (const CPeriodListElem& e : result)
+        if (e.key == candidate.key) return;
+    auto position = std::find_if(result.begin(), result.end(), [&](const CPeriodListElem& e) {
+        return e.coherence < candidate.coherence;
+    });
+    if (position == result.end()) {
+        if (result.size() < kPeriodResultCapacity) result.push_back(candidate);
+        return;
+    }
+    result.insert(position, candidate);
+    if (result.size() > kPeriodResultCapacity) result.pop_back();
+}
 
 int64_t PeriodKey(double period) {
     const double scaled = period * 1000.0 + 0.5;
@@ -253,7 +250,7 @@ std::vector<CPeriodListElem> SearchPeriodsFromMinima(const std::vector<SearchMin
             work(workspaces[0]);
         }
         for (const auto& list : survivors)
-            for (const CPeriodListElem& candidate : list) MergeIntoResult(result, candidate);
+            for (const CPeriodListElem& candidate : list) MergePeriodIntoResult(result, candidate);
     }
     return result;
 }

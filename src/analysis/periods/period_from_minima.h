@@ -54,6 +54,13 @@ uint64_t CountMinimaCandidates(const std::vector<SearchMinimum>& minima, double 
 double MinimaCoherence(const std::vector<SearchMinimum>& minima, const std::vector<uint8_t>& flags,
                        double period, double secondary_phase);
 
+// The result rule for one surviving candidate: a key already in `result` is discarded;
+// otherwise the candidate goes before the first entry with a smaller R (after equal ones), the
+// 21st entry falls off, and a candidate that would go last enters only while the list holds
+// fewer than 20.
+void MergePeriodIntoResult(std::vector<kurvalux_data::CPeriodListElem>& result,
+                           const kurvalux_data::CPeriodListElem& candidate);
+
 // The search itself. Returns at most 20 periods in descending order of R (equal R in the
 // order found), nothing for fewer than 3 or more than 31 minima or for options that fail the
 // check. The variants run on `options.threads` workers; the result is that of the sequential
