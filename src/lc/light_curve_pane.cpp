@@ -235,12 +235,14 @@ void CLightCurvePane::Layout(double start, double end, bool fit_y_to_visible,
             y_labels_.push_back(TickLabel(v, y_ticks_.decimals));
             widest = std::max(widest, dc.TextWidth(y_labels_.back()));
         }
-        int left = 10 + widest + 8;
-        // X labels are written from their tick rightward, so the last one needs room on the
-        // right, and neighbouring ticks must be a label apart.
+        // X labels are centred on their ticks, so the outer ones need half a label of room
+        // beyond the plot (on the left also past the lower caption, which shares their line),
+        // and neighbouring ticks must be a label apart.
         int label_width =
             std::max(dc.TextWidth(TickLabel(start, 4)), dc.TextWidth(TickLabel(end, 4)));
-        int right = rect_.width - std::max(m, label_width - m + 4);
+        int left =
+            std::max(10 + widest + 8, 10 + dc.TextWidth(caption_below_) + 16 + label_width / 2 - m);
+        int right = rect_.width - std::max(m, label_width / 2 - m + 4);
         int width = std::max(0, right - left);
         plot_ = CRect{left, top, width, height};
         x_map_ = AxisMapping{start, end, left + m, width - 2 * m, false};
@@ -303,7 +305,9 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
         for (int i = 0; i < x_ticks_.count; ++i) {
             int x = x_ticks_.pixels[i];
             dc.DrawLine(x, bottom, x, bottom + 4);
-            dc.DrawText(x, bottom + th, x_labels_[i].size(), x_labels_[i]);
+            // Centred under the tick, where the eye looks for the value.
+            int label_x = x - dc.TextWidth(x_labels_[i]) / 2;
+            dc.DrawText(label_x, bottom + th, x_labels_[i].size(), x_labels_[i]);
         }
         // 5. Y ticks with their labels.
         for (int i = 0; i < y_ticks_.count; ++i) {
@@ -352,9 +356,15 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
                 // A label that would be written over the previous one is left out: the
                 // marker line still shows the minimum, and its neighbour stays readable.
                 std::string label = LocalDateTime(marker.time);
-                if (x + 2 >= label_end) {
-                    dc.DrawText(x + 2, top - th, label.size(), label);
-                    label_end = x + 2 + dc.TextWidth(label) + th / 2;
+                int label_width = dc.TextWidth(label);
+                int label_x = x + 2;
+                // A label that would run off the pane's right edge is written to the left of
+                // its marker instead.
+                if (label_x + label_width > rect_.width && x - 2 - label_width >= left)
+                    label_x = x - 2 - label_width;
+                if (label_x >= label_end) {
+                    dc.DrawText(label_x, top - th, label.size(), label);
+                    label_end = label_x + label_width + th / 2;
                 }
             }
         }
