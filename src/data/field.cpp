@@ -153,10 +153,14 @@ const CSeriesTreeElem* CObjectListElem::ReferenceSeries() const {
 }
 
 bool CObjectListElem::Coordinates(double& ra, double& dec) const {
+    // The reference series describes the star as observed; when neither its own meta-data nor
+    // its file names a position, the position entered for the object still holds.
     const CStarRecord* star = &meta_data.var;
     if (const CSeriesTreeElem* reference = ReferenceSeries()) {
-        star = reference->meta_data.var.HasPosition() ? &reference->meta_data.var
-                                                      : &reference->file_meta_data.var;
+        if (reference->meta_data.var.HasPosition())
+            star = &reference->meta_data.var;
+        else if (reference->file_meta_data.var.HasPosition())
+            star = &reference->file_meta_data.var;
     }
     ra = star->star_ra;
     dec = star->star_dec;

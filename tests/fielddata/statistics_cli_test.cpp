@@ -1,0 +1,104 @@
+// Field statistics, and the command line run end to end on the example field.
+#include <array>
+#include <cstdio>
+#include <memory>
+
+#include <sys/wait.h>
+
+#include <gtest/gtest.h>
+
+#include "data/field_statistics.h"
+#include "temp_folder.h"
+
+using namespace kurvalux_data;
+
+namespace {
+
+void AddNight(CObjectListElem& o, std::vector<double> times, int minima) {
+    auto s = std::make_unique<CLocalSeriesTreeElem>();
+    s->times = times;
+    s->values.assign(times.size(), 10.0);
+    s->errors.assign(times.size(), 0.0);
+    s->file_meta_data.jd_type = kJdHeliocentric;
+    s->minima.resize(minima);
+    std::vector<std::string> message;
+    ASSERT_TRUE(o.AddSeries(std::move(s), "f", message));
+}
+
+TEST(FieldStatistics, AllSeriesAndSingleNights) {
+    Field field;
+    CObjectListElem& a = field.AddObject();
+    AddNight(a, {2459000.30, 2459000.40, 2459000.55}, 2);  // 0.25 d
+    AddNight(a, {2459001.30, 2459001.3208333}, 0);         // 0.0208333 d = 0.5 h
+    CObjectListElem& b = field.AddObject();
+    AddNight(b, {2459000.35, 2459000.45}, 1);  // same night as the first
+    AddNight(b, {2458000.0, 2458100.0}, 0);    // a survey of 100 days
+    field.AddObject();
+
+    const FieldStatistics all = ComputeFieldStatistics(field, false);
+    EXPECT_EQ(FieldStatisticsLines(all),
+              (std::vector<std::string>{"Field contains:", "3 objects", "4 series", "3 minima",
+                                        "9 points", "4 nights", "2409 obs. hours"}));
+    const FieldStatistics short_only = ComputeFieldStatistics(field, true);
+    EXPECT_EQ(FieldStatisticsLines(short_only),
+              (std::vector<std::string>{"Field contains:", "3 objects", "3 series", "3 minima",
+                                        "7 points", "2 nights", "9 obs. hours"}));
+}
+
+std::pair<int, std::string> RunCli(const std::string& arguments) {
+    std::string output;
+    FILE* pipe = popen((std::string(KURVALUX_CLI_PATH) + " " + arguments + " 2>&1").c_str(), "r");
+    std::array<char, 4096> buffer;
+    while (size_t n = fread(buffer.data(), 1, buffer.size(), pipe)) output.append(buffer.data(), n);
+    const int status = pclose(pipe);
+    return {WEXITSTATUS(status), output};
+}
+
+TEST(CommandLine, StatsOfTheExampleField) {
+    const std::string example = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo/demo.kvf";
+    auto [status, output] = RunCli("stats " + example + " --root ''");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(output,
+              "Field contains:\n3 objects\n11 series\n9 minima\n3184 points\n11 nights\n"
+              "76 obs. hours\n");
+}
+
+TEST(CommandLine, RefusedSeriesGoToStderrAndTheRunGoesOn) {
+    TempFolder folder;
+    folder.Write("a.txt", "1 2\n1.1 2\n");
+    const std::string field = folder.Write(
+        "f.kvf",
+        "kurvalux\r\n\tversion = 4\r\n\tobject\r\n\t\tname = \"S\"\r\n\t\tseries\r\n"
+        "\t\t\trelative_path = \"a.txt\"\r\n\t\tend_series\r\n\t\tseries\r\n"
+        "\t\t\trelative_path = \"gone.txt\"\r\n\t\tend_series\r\n\tend_object\r\nend_kurvalux\r\n");
+    auto [status, output] = RunCli("stats " + field + " --root ''");
+    EXPECT_EQ(status, 0);
+    // Without a root directory the relative path is tried in the program's folder.
+    const std::string cli = KURVALUX_CLI_PATH;
+    const std::string tried = cli.substr(0, cli.rfind('/') + 1) + "gone.txt";
+    EXPECT_EQ(
+        output,
+        "Error: Cannot load series photometry data: " + tried + " " +
+            ("Cannot open file: " + tried).substr(0, 79) +  // one line of at most 79
+            " Series removed from the field\n"
+            "Field contains:\n1 objects\n1 series\n0 minima\n2 points\n1 nights\n2 obs. hours\n");
+
+    auto [bad_status, bad_output] = RunCli("stats " + folder.Path() + "absent.kvf --root ''");
+    EXPECT_NE(bad_status, 0);
+    EXPECT_EQ(bad_output, "Failed load field description: Cannot open file " + folder.Path() +
+                              "absent.kvf\nCannot load field: " + folder.Path() + "absent.kvf\n");
+}
+
+TEST(CommandLine, SaveRoundTrip) {
+    TempFolder folder;
+    const std::string example = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo/demo.kvf";
+    ASSERT_EQ(RunCli("save " + example + " " + folder.Path() + "a.kvf --root ''").first, 0);
+    ASSERT_EQ(RunCli("save " + folder.Path() + "a.kvf " + folder.Path() + "b.kvf --root ''").first,
+              0);
+    ASSERT_EQ(RunCli("save " + folder.Path() + "b.kvf " + folder.Path() + "c.kvf --root ''").first,
+              0);
+    EXPECT_EQ(folder.Read("b.kvf"), folder.Read("c.kvf"));
+    EXPECT_NE(folder.Read("b.kvf").find("name = \"WASP-12\""), std::string::npos);
+}
+
+}  // namespace
