@@ -13,9 +13,8 @@ namespace kurvalux_analysis {
 namespace detail {
 namespace {
 bool ProcessorHasVectorKernel() {
-#if defined(__x86_64__) && defined(KURVALUX_HAVE_MVEC)
-    // The C library's AVX2 vector math uses FMA instructions as well.
-    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("avx2");
 #else
     return false;
 #endif
@@ -46,9 +45,27 @@ CLightCurveModel::CLightCurveModel(const LightCurveParameters& parameters) : p_(
     ip_ = 1.0 / p_[lc::kDPri];
     ks_ = p_[lc::kCSec] / (p_[lc::kDSec] * p_[lc::kDSec]);
     is_ = 1.0 / p_[lc::kDSec];
+    c_.mag0 = p_[lc::kMag0];
+    c_.sec_phase = p_[lc::kSecPhase];
+    c_.a_sec = p_[lc::kASec];
+    c_.is = is_;
+    c_.g_sec = p_[lc::kGSec];
+    c_.ks = ks_;
+    c_.a_pri = p_[lc::kAPri];
+    c_.ip = ip_;
+    c_.g_pri = p_[lc::kGPri];
+    c_.kp = kp_;
+    for (int h = 0; h < 6; ++h) c_.harmonic[h] = p_[lc::kASin1 + h];
+    c_.pair1 = c_.harmonic[0] != 0.0 || c_.harmonic[1] != 0.0;
+    c_.pair2 = c_.harmonic[2] != 0.0 || c_.harmonic[3] != 0.0;
+    c_.pair3 = c_.harmonic[4] != 0.0 || c_.harmonic[5] != 0.0;
 }
 
 double CLightCurveModel::Evaluate(double phase) const {
+    return model_math::LightCurveValue(c_, phase);
+}
+
+double CLightCurveModel::Reference(double phase) const {
     double value = p_[lc::kMag0];
     // The secondary offset is never wrapped: a secondary near phase 0 or 1 shows on one side
     // only. The primary sits at phase 0 and is seen from both ends of the cycle.
@@ -72,7 +89,7 @@ void CLightCurveModel::EvaluateMany(const double* phases, double* values, size_t
     size_t done = 0;
     if (detail::VectorKernelAvailable()) {
         done = n & ~size_t(3);
-        detail::LightCurveAvx2(p_.data(), kp_, ip_, ks_, is_, phases, values, done);
+        detail::LightCurveAvx2(c_, phases, values, done);
     }
     for (size_t j = done; j < n; ++j) values[j] = Evaluate(phases[j]);
 }
@@ -85,9 +102,14 @@ CSingleMinimumModel::CSingleMinimumModel(const SingleMinimumParameters& paramete
     : p_(parameters) {
     k_ = p_[kMinCorrection] / (p_[kMinWidth] * p_[kMinWidth]);
     i_ = 1.0 / p_[kMinWidth];
+    c_ = {p_[kMinBase], p_[kMinTime], p_[kMinTrend], p_[kMinAmplitude], i_, p_[kMinShape], k_};
 }
 
 double CSingleMinimumModel::Evaluate(double x) const {
+    return model_math::SingleMinimumValue(c_, x);
+}
+
+double CSingleMinimumModel::Reference(double x) const {
     const double dx = x - p_[kMinTime];
     return p_[kMinBase] + p_[kMinTrend] * dx +
            EclipseProfile(dx, p_[kMinAmplitude], i_, p_[kMinShape], k_);
@@ -97,7 +119,7 @@ void CSingleMinimumModel::EvaluateMany(const double* xs, double* values, size_t 
     size_t done = 0;
     if (detail::VectorKernelAvailable()) {
         done = n & ~size_t(3);
-        detail::SingleMinimumAvx2(p_.data(), k_, i_, xs, values, done);
+        detail::SingleMinimumAvx2(c_, xs, values, done);
     }
     for (size_t j = done; j < n; ++j) values[j] = Evaluate(xs[j]);
 }

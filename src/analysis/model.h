@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "analysis/model_math.h"
 #include "data/light_curve_parameters.h"
 
 namespace kurvalux_analysis {
@@ -29,24 +30,29 @@ constexpr double kInverseTwoPi = 0.15915494309189535;
 // The magnitude that means "undefined"; model sampling starts its extremes from it.
 constexpr double kUndefinedValue = 100.0;
 
-// Contribution of one eclipse at offset x from its centre. No guard on a zero width: the
-// caller's 1/d and c/d^2 carry whatever infinities the arithmetic gives.
+// Contribution of one eclipse at offset x from its centre, written out with the C library's
+// cosh, exp and pow. No guard on a zero width: the caller's 1/d and c/d^2 carry whatever
+// infinities the arithmetic gives.
 double EclipseProfile(double x, double amplitude, double inverse_width, double shape,
                       double correction_factor);
 
+// Evaluation. Evaluate() and EvaluateMany() share one implementation of the elementary
+// functions (model_math.h) in a scalar and an AVX2 form that give identical bits, so a fit
+// ends on the same parameters whether or not the processor has the vector unit. Reference()
+// is the same model written out with the C library's cosh, exp, pow, sin and cos (each
+// harmonic at its own angle); the two agree to a few units in the last place.
 // The whole-cycle model with its derived quantities (kp, ip, ks, is) computed once.
 class CLightCurveModel {
 public:
     explicit CLightCurveModel(const kurvalux_data::LightCurveParameters& parameters);
 
-    // m(phase), evaluated literally: secondary at phase - sec_phase (never wrapped), primary
-    // at phase or phase - 1 (wrapped at 0.5), then the harmonics whose coefficients are not 0.
+    // m(phase): secondary at phase - sec_phase (never wrapped), primary at phase or phase - 1
+    // (wrapped at 0.5), then the harmonics whose coefficients are not 0 (a pair of zeros costs
+    // no sine or cosine).
     double Evaluate(double phase) const;
-
-    // m at n phases. Uses the vector kernel when the processor has one (each transcendental
-    // computed once per point, the harmonics by angle-addition from one sine/cosine pair);
-    // the values agree with Evaluate() to a few units in the last place.
+    // m at n phases, four at a time where the processor allows; the same bits as Evaluate().
     void EvaluateMany(const double* phases, double* values, size_t n) const;
+    double Reference(double phase) const;
 
     const kurvalux_data::LightCurveParameters& Parameters() const { return p_; }
     double kp() const { return kp_; }
@@ -57,6 +63,7 @@ public:
 private:
     kurvalux_data::LightCurveParameters p_;
     double kp_, ip_, ks_, is_;
+    model_math::LightCurveCoefficients c_;
 };
 
 double EvaluateLightCurve(const kurvalux_data::LightCurveParameters& parameters, double phase);
@@ -79,11 +86,13 @@ public:
     explicit CSingleMinimumModel(const SingleMinimumParameters& parameters);
     double Evaluate(double x) const;
     void EvaluateMany(const double* xs, double* values, size_t n) const;
+    double Reference(double x) const;
     const SingleMinimumParameters& Parameters() const { return p_; }
 
 private:
     SingleMinimumParameters p_;
     double k_, i_;
+    model_math::SingleMinimumCoefficients c_;
 };
 
 // Phase of time t for the ephemeris (m0, period): the time is folded into the first cycle
