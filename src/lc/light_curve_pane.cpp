@@ -434,12 +434,13 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     const size_t n = plot_points_.size();
     auto visible = [&](const CPlotPoint& p) { return p.x >= left && p.x <= right && p.y >= 0; };
     std::vector<uint8_t> keep(n, 0);
+    const bool dedupe = skip_covered_duplicates;
 
     if (thumbnail_) {
         CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height);
         for (size_t i = n; i-- > 0;) {
             const CPlotPoint& p = plot_points_[i];
-            keep[i] = visible(p) && seen.Insert(p.x, p.y, p.colour);
+            keep[i] = visible(p) && (!dedupe || seen.Insert(p.x, p.y, p.colour));
         }
         for (size_t i = 0; i < n; ++i)
             if (keep[i]) dc.SetPixel(plot_points_[i].x, plot_points_[i].y, plot_points_[i].colour);
@@ -461,7 +462,8 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
                 keep[i] = 1;
                 continue;
             }
-            keep[i] = seen.insert(dx | dy << 16 | e << 32 | static_cast<uint64_t>(c) << 48).second;
+            keep[i] = !dedupe ||
+                      seen.insert(dx | dy << 16 | e << 32 | static_cast<uint64_t>(c) << 48).second;
         }
         bool have = false;
         Colour current = 0;
@@ -485,7 +487,7 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
         bool any = false;
         for (size_t i = n; i-- > 0;) {
             const CPlotPoint& p = plot_points_[i];
-            keep[i] = p.highlighted && visible(p) && seen.Insert(p.x, p.y, 0);
+            keep[i] = p.highlighted && visible(p) && (!dedupe || seen.Insert(p.x, p.y, 0));
             any = any || keep[i];
         }
         if (any) {
@@ -498,7 +500,7 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height);
     for (size_t i = n; i-- > 0;) {
         const CPlotPoint& p = plot_points_[i];
-        keep[i] = visible(p) && seen.Insert(p.x, p.y, p.colour);
+        keep[i] = visible(p) && (!dedupe || seen.Insert(p.x, p.y, p.colour));
     }
     bool have = false;
     Colour current = 0;

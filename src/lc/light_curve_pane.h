@@ -154,6 +154,10 @@ public:
     bool show_reference_line = false;
     double reference_value = 0;  // data value of the reference line
     bool fill_background = true;
+    // Leaves out a point (error bar, highlight ring) when an identical one, drawn later at the
+    // same pixel in the same colour, covers it completely: the picture stays the same, and a
+    // dense chart of a million points draws only the marks that can be seen.
+    bool skip_covered_duplicates = true;
     CPaneStyle style;
 
     void SetCaptions(const std::string& above, const std::string& below);
@@ -170,8 +174,8 @@ public:
     virtual void Layout(double start, double end, bool fit_y_to_visible, bool include_error_bars);
     // Lays out again with the last range and flags (after a change of size or title).
     void Relayout();
-    // The whole data range.
-    void LayoutAll() { Layout(x_data_lower_, x_data_upper_, false, show_error_bars); }
+    // The whole data range (an empty range stands for it).
+    void LayoutAll() { Layout(0, 0, false, show_error_bars); }
     void Paint(CDrawContext& dc);
 
     // Writes the chart as an SVG document of the given size with `title` centred on top.
