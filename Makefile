@@ -58,7 +58,7 @@ fuzz: deps
 	  echo "== $$name ($(FUZZ_SECONDS) s)"; \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -max_len=65536 -print_final_stats=1 \
 	    -artifact_prefix=build-fuzz/ build-fuzz/corpus/$$name fuzz/seeds/$$name 2>&1 | \
-	    grep -E 'stat::number_of_executed_units|ERROR|SUMMARY|Done' || true; \
+	    grep -E 'stat::number_of_executed_units|^SUMMARY|==[0-9]+==ERROR|^Done [0-9]+ runs' || true; \
 	done
 
 screenshots: build

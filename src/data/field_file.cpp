@@ -211,6 +211,13 @@ FieldLoadResult LoadField(const std::string& path, Field& field, const FieldLoad
         messages.Error(kLoadFailedTitle, {"Cannot open file", path});
         return result;
     }
+    return LoadFieldText(text, field, options, messages);
+}
+
+FieldLoadResult LoadFieldText(const std::string& text, Field& field,
+                              const FieldLoadOptions& options,
+                              kurvalux_platform::CMessageBoxSink& messages) {
+    FieldLoadResult result;
     field.Clear();
     FieldTextReader reader(text);
     int announced = 0;

@@ -30,6 +30,11 @@ struct FieldLoadResult {
 FieldLoadResult LoadField(const std::string& path, Field& field, const FieldLoadOptions& options,
                           kurvalux_platform::CMessageBoxSink& messages);
 
+// The same, for a field text already in memory.
+FieldLoadResult LoadFieldText(const std::string& text, Field& field,
+                              const FieldLoadOptions& options,
+                              kurvalux_platform::CMessageBoxSink& messages);
+
 // Builds the whole text of a field description file.
 std::string FieldToText(const Field& field);
 
