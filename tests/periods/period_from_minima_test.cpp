@@ -202,26 +202,40 @@ std::vector<CPeriodListElem> LiteralSearch(const std::vector<SearchMinimum>& min
 }
 
 TEST(SearchPeriodsFromMinima, EqualsTheLiteralRuleForAnyNumberOfWorkers) {
-    // Four undefined minima of a binary with P = 0.8137 d, timed to ~1e-4 d: 16 variants.
-    const double period = 0.8137;
-    const std::vector<SearchMinimum> minima =
-        Minima({100.0, 100.0 + 3.5 * period + 0.0002, 100.0 + 9 * period - 0.0001,
-                100.0 + 17.5 * period + 0.0003, 100.0 + 26 * period},
-               {P, U, U, U, U});
-    for (double limit : {0.95, 0.5}) {
-        PeriodFromMinimaOptions options;
-        options.min_period = 0.3;
-        options.limit = limit;
-        const std::vector<CPeriodListElem> expected = LiteralSearch(minima, options);
-        ASSERT_FALSE(expected.empty());
-        for (unsigned threads : {1u, 2u, 3u, 5u}) {
-            options.threads = threads;
-            const std::vector<CPeriodListElem> found = SearchPeriodsFromMinima(minima, options);
-            ASSERT_EQ(found.size(), expected.size()) << threads << " " << limit;
-            for (size_t i = 0; i < found.size(); ++i) {
-                EXPECT_EQ(found[i].key, expected[i].key) << i;
-                EXPECT_EQ(found[i].period, expected[i].period) << i;
-                EXPECT_EQ(found[i].coherence, expected[i].coherence) << i;
+    // Minima of a binary with P = 0.8137 d timed to ~1e-4 d (short span: every key in the
+    // dense table) and of one with P = 3.917 d over 313 days (periods up to 600 d: keys far
+    // above the table, merged from the sorted remainder, where 20P, 40P/2, 60P/3 ... share
+    // keys). Four undefined minima: 16 variants. The limits include the exact R of a
+    // candidate, which must survive (only R < L is dropped).
+    struct Case {
+        double period;
+        std::vector<double> cycles;
+        double min_period;
+    } cases[] = {{0.8137, {0, 3.5, 9, 17.5, 26}, 0.3}, {3.917, {0, 20, 40, 60.5, 80}, 2.0}};
+    const double jitter[] = {0, 0.0002, -0.0001, 0.0003, 0};
+    for (const Case& c : cases) {
+        std::vector<SearchMinimum> minima;
+        for (size_t i = 0; i < c.cycles.size(); ++i)
+            minima.push_back({100.0 + c.cycles[i] * c.period + jitter[i], i == 0 ? P : U});
+        PeriodFromMinimaOptions probe;
+        probe.min_period = c.min_period;
+        probe.limit = 0.5;
+        const double exact_r = LiteralSearch(minima, probe).at(12).coherence;
+        for (double limit : {0.95, 0.5, exact_r}) {
+            PeriodFromMinimaOptions options;
+            options.min_period = c.min_period;
+            options.limit = limit;
+            const std::vector<CPeriodListElem> expected = LiteralSearch(minima, options);
+            ASSERT_FALSE(expected.empty());
+            for (unsigned threads : {1u, 2u, 3u, 5u}) {
+                options.threads = threads;
+                const std::vector<CPeriodListElem> found = SearchPeriodsFromMinima(minima, options);
+                ASSERT_EQ(found.size(), expected.size()) << threads << " " << limit;
+                for (size_t i = 0; i < found.size(); ++i) {
+                    EXPECT_EQ(found[i].key, expected[i].key) << i;
+                    EXPECT_EQ(found[i].period, expected[i].period) << i;
+                    EXPECT_EQ(found[i].coherence, expected[i].coherence) << i;
+                }
             }
         }
     }

@@ -100,19 +100,30 @@ void SortByKey(std::vector<Candidate>& items, std::vector<Candidate>& buffer) {
     }
 }
 
+// Keys within this many thousandths of a day above the minimal period's key are merged in a
+// dense table indexed by key (almost every candidate lies there: a pair of minima gives as many
+// periods below 65 d as its time span allows and only a few above); the rest are sorted.
+constexpr size_t kDenseKeys = size_t{1} << 16;
+
 struct Workspace {
-    std::vector<Candidate> candidates;
+    std::vector<double> dense_sum;
+    std::vector<uint32_t> dense_count;
+    std::vector<Candidate> sparse;
     std::vector<Candidate> buffer;
 };
 
-// One variant: its candidates, merged by key, scored; the survivors (R >= limit) in key order.
+// One variant: its candidates, merged by key (runs of equal keys to the mean of their periods,
+// summed in the order generated), scored; the survivors (R >= limit) in key order.
 void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<uint8_t>& flags,
                    const PeriodFromMinimaOptions& options, Workspace& ws,
                    std::vector<CPeriodListElem>& survivors) {
     const size_t n = minima.size();
     const double s = options.secondary_phase;
-    std::vector<Candidate>& candidates = ws.candidates;
-    candidates.clear();
+    // Every candidate is at least the minimal period: delta / (c + m) with c + m <= N.
+    const int64_t lowest = std::max<int64_t>(0, PeriodKey(options.min_period) - 1);
+    ws.dense_sum.assign(kDenseKeys, 0.0);
+    ws.dense_count.assign(kDenseKeys, 0);
+    ws.sparse.clear();
     for (size_t i = 0; i + 1 < n; ++i) {
         for (size_t j = i + 1; j < n; ++j) {
             const double delta = minima[j].time - minima[i].time;
@@ -124,24 +135,45 @@ void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<u
                 const double period = delta / (c + static_cast<double>(m));
                 const double scaled = period * 1000.0 + 0.5;
                 if (!(scaled < kLargestKeyValue)) continue;
-                candidates.push_back({static_cast<int64_t>(scaled), period});
+                const int64_t key = static_cast<int64_t>(scaled);
+                const uint64_t slot = static_cast<uint64_t>(key - lowest);
+                if (slot < kDenseKeys) {
+                    ws.dense_sum[slot] += period;
+                    ++ws.dense_count[slot];
+                } else {
+                    ws.sparse.push_back({key, period});
+                }
             }
         }
     }
-    SortByKey(candidates, ws.buffer);
+    SortByKey(ws.sparse, ws.buffer);
 
     const PhaseTable table = MakePhaseTable(minima, flags, s);
     survivors.clear();
-    for (size_t a = 0; a < candidates.size();) {
-        size_t b = a;
-        double sum = 0;
-        while (b < candidates.size() && candidates[b].key == candidates[a].key)
-            sum += candidates[b++].period;
-        const double period = sum / static_cast<double>(b - a);
+    auto score = [&](int64_t key, double period) {
         const double r = Coherence(table, period, options.limit);
-        if (!(r < options.limit)) survivors.push_back({period, candidates[a].key, r});
-        a = b;
+        if (!(r < options.limit)) survivors.push_back({period, key, r});
+    };
+    // Dense keys are all below the sparse ones except those under `lowest` (none in practice),
+    // which the sorted list holds first; keep the global key order.
+    size_t a = 0;
+    const std::vector<Candidate>& sparse = ws.sparse;
+    auto flush_sparse_below = [&](int64_t key) {
+        while (a < sparse.size() && sparse[a].key < key) {
+            size_t b = a;
+            double sum = 0;
+            while (b < sparse.size() && sparse[b].key == sparse[a].key) sum += sparse[b++].period;
+            score(sparse[a].key, sum / static_cast<double>(b - a));
+            a = b;
+        }
+    };
+    for (size_t slot = 0; slot < kDenseKeys; ++slot) {
+        if (!ws.dense_count[slot]) continue;
+        const int64_t key = lowest + static_cast<int64_t>(slot);
+        flush_sparse_below(key);
+        score(key, ws.dense_sum[slot] / ws.dense_count[slot]);
     }
+    flush_sparse_below(INT64_MAX);
 }
 
 std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v) {
