@@ -146,8 +146,9 @@ SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options) {
             w.push_back(v[order[j]]);
         smooth[i] = Median(w);
     }
-    const double base = Median(v);
-    // Magnitudes: the minimum of brightness is the largest value.
+    // Magnitudes: the brightest smoothed level is the base (a window may hold little outside
+    // the eclipse), the faintest the minimum.
+    const double base = *std::min_element(smooth.begin(), smooth.end());
     const size_t deepest = size_t(std::max_element(smooth.begin(), smooth.end()) - smooth.begin());
     const double depth = smooth[deepest] - base;
     const double span = options.t_end - options.t_start;

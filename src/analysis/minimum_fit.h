@@ -71,9 +71,9 @@ struct MinimumFitResult {
 // "Fit Min.": fits the single-minimum model to the window's points.
 MinimumFitResult FitMinimum(const MinimumFitOptions& options);
 
-// Start values estimated from the window's points: the median level as base, the deepest point
-// (of a 5-point running median) as time of minimum and depth, and a width from the span of
-// points deeper than half the depth. Trend 0, shape 1, correction 0. t0 as a Julian date.
+// Start values estimated from the window's points, smoothed by a 5-point running median: the
+// brightest level as base, the faintest point as time of minimum and depth, and a width from
+// the span of points deeper than half the depth. Trend 0, shape 1, correction 0. t0 as a JD.
 SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options);
 
 struct BootstrapOptions {
