@@ -62,7 +62,9 @@ void CLightCurveFitPane::SetModel(const kurvalux_data::LightCurveParameters& par
 
 void CLightCurveFitPane::ExtendYRange(double& lower, double& upper) const {
     if (!model_enabled_) return;
-    int columns = XMapping().length > 0 ? XMapping().length : kDefaultColumns;
+    // Sampled at least as finely as the curve will be drawn, so that the drawn extremes lie
+    // inside the range.
+    int columns = std::max(Rect().width, kDefaultColumns);
     ModelSampling s =
         kurvalux_analysis::SampleLightCurve(parameters_, VisibleXLower(), VisibleXUpper(), columns);
     for (double v : s.values) {
