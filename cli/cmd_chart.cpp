@@ -52,6 +52,17 @@ int Chart(const Args& args) {
                      height);
         return 2;
     }
+    // Resolution of a raster image: fonts, point sizes and margins scale with it.
+    long dpi = 96;
+    if (args.Has("dpi")) {
+        auto d = args.Integer("dpi");
+        if (!d) return 2;
+        if (*d < 48 || *d > 960) {
+            std::fprintf(stderr, "Resolution %ld dpi is out of range (48 to 960)\n", *d);
+            return 2;
+        }
+        dpi = *d;
+    }
     if (args.Has("series")) {
         auto k = args.Integer("series");
         if (!k) return 2;
@@ -111,6 +122,7 @@ int Chart(const Args& args) {
         std::fprintf(stderr, "%s\n", message.c_str());
         return 1;
     }
+    chart.pane->SetThumbnail(args.Flag("thumbnail"));
     chart.pane->SetRect(
         kurvalux_lc::CRect{0, 0, static_cast<int>(width), static_cast<int>(height)});
     chart.Layout();
@@ -122,7 +134,8 @@ int Chart(const Args& args) {
     } else {
 #ifdef KURVALUX_HAVE_IMG
         ok = kurvalux_img::ExportRasterByExtension(*chart.pane, out, static_cast<int>(width),
-                                                   static_cast<int>(height), title, Messages());
+                                                   static_cast<int>(height), title, Messages(),
+                                                   static_cast<int>(dpi));
 #else
         std::fprintf(stderr, "Raster images need the Qt build of kurvalux-cli; use .svg\n");
         ok = false;
@@ -142,6 +155,8 @@ int Chart(const Args& args) {
         if (fit->ModelEnabled()) {
             std::printf("max_mag %s\n", FormatNumber(fit->MaxMag()).c_str());
             std::printf("min_mag %s\n", FormatNumber(fit->MinMag()).c_str());
+        } else {
+            std::printf("model none (the object has no light-curve fit)\n");
         }
     }
     if (minimum.ok) {
@@ -155,8 +170,9 @@ const CommandRegistrar kChart(
     "chart",
     "FIELD.kvf --object NAME --view time|compressed|phased|fit|minimum [--series K (1 = first)] "
     "[--from JD --to JD] --out FILE.svg|.png|.jpg|.bmp|.tif [--width W --height H] "
-    "[--title TEXT] [--errors] [--unused-minima] [--predicted] [--no-fit] [--root DIR]",
-    Chart, {"errors", "unused-minima", "predicted", "no-fit"});
+    "[--title TEXT] [--dpi N] [--thumbnail] [--errors] [--unused-minima] [--predicted] "
+    "[--no-fit] [--root DIR]",
+    Chart, {"errors", "unused-minima", "predicted", "no-fit", "thumbnail"});
 
 }  // namespace
 }  // namespace kurvalux_cli

@@ -90,6 +90,10 @@ void CLightCurvePane::SetDpi(int dpi_x, int dpi_y) {
     dpi_x_ = dpi_x > 0 ? dpi_x : 96;
     dpi_y_ = dpi_y > 0 ? dpi_y : 96;
     caption_font_ = CFont{-12 * dpi_y_ / 96, 400, "sans-serif"};
+    if (title_font_) {
+        title_font_scaled_ = *title_font_;
+        title_font_scaled_.height = title_font_->height * dpi_y_ / 96;
+    }
 }
 
 void CLightCurvePane::SetCaptions(const std::string& above, const std::string& below) {
@@ -104,6 +108,7 @@ void CLightCurvePane::SetTitle(const std::string& title) {
 void CLightCurvePane::SetTitleFont(const CFont* font) {
     delete title_font_;
     title_font_ = font ? new CFont(*font) : nullptr;
+    SetDpi(dpi_x_, dpi_y_);
 }
 
 CDrawContext& CLightCurvePane::Metrics() {
@@ -218,7 +223,7 @@ void CLightCurvePane::Layout(double start, double end, bool fit_y_to_visible,
         int m = margin_;
         int title_height = 0;
         if (!title_.empty()) {
-            dc.SelectFont(title_font_ ? title_font_ : &caption_font_);
+            dc.SelectFont(title_font_ ? &title_font_scaled_ : &caption_font_);
             title_height = dc.TextHeight();
             dc.SelectFont(&caption_font_);
         }
@@ -374,7 +379,7 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
     }
     // 11. Title.
     if (!title_.empty()) {
-        dc.SelectFont(title_font_ ? title_font_ : &caption_font_);
+        dc.SelectFont(title_font_ ? &title_font_scaled_ : &caption_font_);
         dc.SetTextColour(style.text);
         int width = dc.TextWidth(title_);
         dc.DrawText((rect_.width - width) / 2, 16, title_.size(), title_);

@@ -165,6 +165,8 @@ public:
     const std::string& CaptionBelow() const { return caption_below_; }
     void SetTitle(const std::string& title);
     const std::string& Title() const { return title_; }
+    // The title font, its size given for 96 dots per inch (it is scaled with the pane's
+    // resolution like the caption font); null writes the title in the caption font.
     void SetTitleFont(const CFont* font);
 
     // --- layout and paint
@@ -269,8 +271,8 @@ private:
     std::string caption_above_, caption_below_;
     std::string title_;
     CFont caption_font_;
-    CFont default_title_font_;
     CFont* title_font_ = nullptr;  // owned; released by the destructor
+    CFont title_font_scaled_;      // the title font at the pane's resolution
 };
 
 }  // namespace kurvalux_lc

@@ -238,6 +238,48 @@ TEST_F(PaneTest, TitleMovesThePlotDownAndIsCentred) {
     EXPECT_EQ(dc.Calls()[dc.Calls().size() - 3], "font -16 700");
 }
 
+TEST_F(PaneTest, ResolutionScalesFontsPointsAndMargins) {
+    struct Case {
+        int dpi_x, dpi_y;
+        int radius, margin;
+        const char* caption_font;
+        const char* title_font;
+    };
+    const std::vector<Case> cases = {{96, 96, 2, 6, "font -12 400", "font -16 700"},
+                                     {144, 144, 3, 9, "font -18 400", "font -24 700"},
+                                     {192, 96, 4, 6, "font -12 400", "font -16 700"},
+                                     {96, 192, 2, 12, "font -24 400", "font -32 700"}};
+    AddCorners();
+    CFont title{-16, 700, "sans-serif"};
+    pane.SetTitleFont(&title);
+    pane.SetTitle("T");
+    for (const Case& c : cases) {
+        pane.SetDpi(c.dpi_x, c.dpi_y);
+        pane.LayoutAll();
+        EXPECT_EQ(pane.Radius(), c.radius);
+        EXPECT_EQ(pane.Margin(), c.margin);
+        dc.Clear();
+        pane.Paint(dc);
+        EXPECT_EQ(dc.CallsOf("font").front(), c.caption_font);
+        EXPECT_EQ(dc.CallsOf("font").back(), c.title_font);
+        const CPlotPoint& p = pane.PlotPoints()[0];
+        EXPECT_EQ(dc.CallsOf("disc").front(), "disc " + std::to_string(p.x) + " " +
+                                                  std::to_string(p.y) + " " +
+                                                  std::to_string(c.radius) + " 0");
+    }
+}
+
+TEST_F(PaneTest, SvgFileThatCannotBeCreated) {
+    AddCorners();
+    kurvalux_platform::CRecordingMessageBoxSink messages;
+    std::string path = "/nonexistent-kurvalux-folder/chart.svg";
+    EXPECT_FALSE(pane.ExportSvg(path, 300, 200, "", messages));
+    ASSERT_EQ(messages.Records().size(), 1u);
+    EXPECT_EQ(messages.Records()[0].title, "Error");
+    EXPECT_EQ(messages.Records()[0].lines, (std::vector<std::string>{"Cannot create file", path}));
+    EXPECT_EQ(pane.Rect(), (CRect{0, 0, 400, 300}));
+}
+
 TEST_F(PaneTest, CapacityGrowsInSteps) {
     pane.AddPoint(0, 0, 0, 0, false);
     EXPECT_EQ(pane.PointCapacity(), 20u);
