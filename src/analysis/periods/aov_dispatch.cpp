@@ -3,6 +3,9 @@
 namespace kurvalux_analysis {
 
 bool AovIsaSupported(AovIsa isa) {
+#if defined(__x86_64__) || defined(__i386__)
+    __builtin_cpu_init();  // may be called before the constructors that would run it
+#endif
     switch (isa) {
         case AovIsa::Auto:
         case AovIsa::Scalar:
