@@ -1,0 +1,334 @@
+// The phase-curve fit (refusals, the private copy's adjustments, the report box) and the fit
+// of all minima (validation texts, the walk, branch counts, questions and Cancel).
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <sstream>
+
+#include "analysis/fit_all_minima.h"
+#include "analysis/model.h"
+#include "analysis/phase_fit.h"
+
+namespace {
+
+using namespace kurvalux_analysis;
+using kurvalux_platform::CRecordingMessageBoxSink;
+using kurvalux_platform::MessageAnswer;
+
+PhaseFitOptions Cycle1000() {
+    PhaseFitOptions o;
+    std::ifstream in(std::string(KURVALUX_TEST_DATA_DIR) + "/synthetic-lc/cycle1000.txt");
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream words(line);
+        std::string x, y, s;
+        words >> x >> y >> s;
+        PhasedPoint p;
+        p.phase = std::strtod(x.c_str(), nullptr);
+        p.value = std::strtod(y.c_str(), nullptr);
+        p.sigma = std::strtod(s.c_str(), nullptr);
+        o.points.push_back(p);
+    }
+    o.start = {12.03, 0.49, 0.7, 0.07,  1.0, 0.0,   0.25, 0.06,
+               1.0,   0.0,  0.0, -0.01, 0.0, -0.03, 0.0,  0.001};
+    return o;
+}
+
+TEST(PhaseFit, Cycle1000WithItsReport) {
+    const PhaseFitResult r = FitPhaseCurve(Cycle1000());
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.fit.nfree, 14);
+    // Reference implementation: orignorm 17021.96166775456, bestnorm 995.42029392452287; the
+    // final chi^2 of this model's own functions lies 2e-8 below it.
+    EXPECT_NEAR(r.initial_chi2, 17021.96166775456, 1e-8);
+    EXPECT_NEAR(r.final_chi2, 995.42029392452287, 1e-4);
+    EXPECT_LE(r.final_chi2, 995.42029392452287);
+    const kurvalux_data::LightCurveParameters ref = {
+        11.999796290661758,     0.49954043523508512,
+        0.80768714476807579,    0.060168444437179981,
+        1.1971154058988256,     0,
+        0.29367062277305217,    0.07096530274396283,
+        1.0839290350509672,     0,
+        0.0040226988089712189,  -0.023740931177073016,
+        0.0035521599291101279,  -0.040614170405260601,
+        0.00058641471029205645, 0.00020690956839762749};
+    for (size_t k = 0; k < ref.size(); ++k) EXPECT_NEAR(r.parameters[k], ref[k], 2e-4) << k;
+    EXPECT_EQ(r.message.title, "Phase curve fitting OK");
+    ASSERT_EQ(r.message.lines.size(), 3u);
+    EXPECT_EQ(r.message.lines[0], "Number of data points: 1000");
+    EXPECT_EQ(r.message.lines[1], "Initial chi^2: 17021.961668");
+    EXPECT_EQ(r.message.lines[2].rfind("Final chi^2: 995.4202", 0), 0u) << r.message.lines[2];
+}
+
+TEST(PhaseFit, FifteenPointsAreEnoughFourteenAreNot) {
+    PhaseFitOptions o = Cycle1000();
+    o.points.resize(14);
+    PhaseFitResult r = FitPhaseCurve(o);
+    EXPECT_FALSE(r.ok);
+    EXPECT_EQ(r.message.title, "Cannot perform parameter fitting");
+    EXPECT_EQ(r.message.lines,
+              (std::vector<std::string>{"At last 15 points needed for fit.",
+                                        "Phased curve contains too little points."}));
+    EXPECT_EQ(r.parameters, o.start);
+    o = Cycle1000();
+    o.points.resize(15);
+    o.free.fill(false);
+    o.free[kurvalux_data::kMag0] = true;
+    r = FitPhaseCurve(o);
+    EXPECT_TRUE(r.ok) << r.message.title;
+    EXPECT_EQ(r.message.lines[0], "Number of data points: 15");
+}
+
+TEST(PhaseFit, FailuresShowTheFitterText) {
+    PhaseFitOptions o = Cycle1000();
+    o.free.fill(false);
+    PhaseFitResult r = FitPhaseCurve(o);
+    EXPECT_EQ(r.message.title, "Phase curve fitting failed");
+    EXPECT_EQ(r.message.lines, std::vector<std::string>{"No free parameters"});
+    o = Cycle1000();
+    o.start[kurvalux_data::kDPri] = 0.7;
+    r = FitPhaseCurve(o);
+    EXPECT_EQ(r.message.title, "Phase curve fitting failed");
+    EXPECT_EQ(r.message.lines,
+              std::vector<std::string>{"Initial values inconsistent with constraints"});
+    EXPECT_EQ(r.parameters, o.start);
+}
+
+TEST(PhaseFit, NegativePhaseAndZeroSigmaAdjustedOnTheCopyOnly) {
+    PhaseFitOptions shifted = Cycle1000(), plain = Cycle1000();
+    // Points given at phase - 1 are fitted at phase; sigma 0 counts as 1.
+    for (size_t i = 0; i < 40; ++i) {
+        if (plain.points[i].phase > 0.5) shifted.points[i].phase -= 1.0;
+        shifted.points[i].sigma = 0.0;
+        plain.points[i].sigma = 1.0;
+    }
+    const PhaseFitResult a = FitPhaseCurve(shifted), b = FitPhaseCurve(plain);
+    ASSERT_TRUE(a.ok);
+    EXPECT_EQ(a.parameters, b.parameters);
+}
+
+TEST(PhaseFit, SeriesOffsetEntersTheResidual) {
+    // The same curve split: half the points 0.3 mag brighter with an offset of +0.3.
+    PhaseFitOptions o = Cycle1000(), split = Cycle1000();
+    for (size_t i = 0; i < split.points.size(); i += 2) {
+        split.points[i].value -= 0.25;
+        split.points[i].offset = 0.25;
+    }
+    const PhaseFitResult a = FitPhaseCurve(o), b = FitPhaseCurve(split);
+    ASSERT_TRUE(a.ok && b.ok);
+    for (size_t k = 0; k < a.parameters.size(); ++k)
+        EXPECT_NEAR(a.parameters[k], b.parameters[k], 1e-7) << k;
+}
+
+TEST(PhasedCurve, EnabledSeriesFoldedWithOffsets) {
+    kurvalux_data::CObjectListElem object;
+    for (int k = 0; k < 3; ++k) {
+        auto s = std::make_unique<kurvalux_data::CSeriesTreeElem>();
+        s->times = {100.0 + k, 100.5 + k};
+        s->values = {10.0, 10.5};
+        s->errors = {0.01, 0.0};
+        s->offset = 0.1 * k;
+        s->enabled = k != 1;
+        object.series.push_back(std::move(s));
+    }
+    const auto curve = PhasedCurve(object, 100.0, 2.0);
+    ASSERT_EQ(curve.size(), 4u);
+    EXPECT_EQ(curve[0].phase, 0.0);
+    EXPECT_EQ(curve[1].phase, 0.25);
+    EXPECT_EQ(curve[2].phase, 1.0);  // 102 = m0 + P
+    EXPECT_EQ(curve[3].phase, 0.25);
+    EXPECT_EQ(curve[2].offset, 0.2);
+    EXPECT_EQ(curve[2].value, 10.0);
+    EXPECT_EQ(curve[3].sigma, 0.0);
+}
+
+// --- Fit all minima ---------------------------------------------------------------------------
+
+// An eclipsing binary (P = 0.8 d, M0 = 2450000.1) observed on two nights of 0.5 d each, 2-minute
+// cadence: night 1 covers a primary, night 2 a secondary and, cut in half, a primary.
+std::unique_ptr<kurvalux_data::CObjectListElem> Binary() {
+    auto object = std::make_unique<kurvalux_data::CObjectListElem>();
+    object->name = "Test binary";
+    object->m0 = 2450000.1;
+    object->period = 0.8;
+    const kurvalux_data::LightCurveParameters p = {11.0, 0.5, 0.6, 0.05, 1.2, 0.0, 0.3, 0.05,
+                                                   1.2,  0.0, 0.0, 0.0,  0.0, 0.0, 0.0, 0.0};
+    const CLightCurveModel model(p);
+    std::mt19937_64 random(4);
+    std::normal_distribution<double> noise(0.0, 0.003);
+    const double nights[2][2] = {{2450000.8, 2450001.1}, {2450002.35, 2450002.5}};
+    for (const auto& night : nights) {
+        auto s = std::make_unique<kurvalux_data::CSeriesTreeElem>();
+        for (double t = night[0]; t <= night[1]; t += 2.0 / 1440) {
+            s->times.push_back(t);
+            s->values.push_back(model.Evaluate(PhaseOf(t, object->m0, object->period)) +
+                                noise(random));
+            s->errors.push_back(0.003);
+        }
+        object->series.push_back(std::move(s));
+    }
+    return object;
+}
+
+struct ValidationCase {
+    const char* name;
+    double m0, period, primary, secondary_phase, secondary;
+    bool fit_primary, fit_secondary;
+    std::string text;
+};
+
+class ValidationTable : public testing::TestWithParam<ValidationCase> {};
+
+TEST_P(ValidationTable, RefusedUnderCannotFindMinima) {
+    const ValidationCase& t = GetParam();
+    auto object = Binary();
+    object->m0 = t.m0;
+    FitAllMinimaOptions o;
+    o.period = t.period;
+    o.fit_primary = t.fit_primary;
+    o.primary_time_around = t.primary;
+    o.fit_secondary = t.fit_secondary;
+    o.secondary_phase = t.secondary_phase;
+    o.secondary_time_around = t.secondary;
+    CRecordingMessageBoxSink messages;
+    const FitAllMinimaResult r = FitAllMinima(*object, {0, 1}, o, messages);
+    EXPECT_FALSE(r.started);
+    ASSERT_EQ(messages.Records().size(), 1u);
+    EXPECT_EQ(messages.Records()[0].title, "Cannot find minima");
+    EXPECT_EQ(messages.Records()[0].lines, std::vector<std::string>{t.text}) << t.name;
+    EXPECT_EQ(object->primary_fit_time_range, 0.0);  // nothing stored
+    EXPECT_EQ(object->series[0]->minima.size(), 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FitAllMinima, ValidationTable,
+    testing::Values(ValidationCase{"m0 zero", 0.0, 0.8, 0.2, 0.5, 0.2, true, true,
+                                   "M0 and/or Period udefined"},
+                    ValidationCase{"period zero", 2450000.1, 0.0, 0.2, 0.5, 0.2, true, false,
+                                   "M0 and/or Period udefined"},
+                    ValidationCase{"primary range zero", 2450000.1, 0.8, 0.0, 0.5, 0.2, true, true,
+                                   "Primary Time Range udefined"},
+                    ValidationCase{"secondary phase zero", 2450000.1, 0.8, 0.2, 0.0, 0.2, true,
+                                   true, "Secondary phase udefined"},
+                    ValidationCase{"secondary range zero", 2450000.1, 0.8, 0.2, 0.5, 0.0, false,
+                                   true, "Secondary Time Range udefined"}));
+
+TEST(FitAllMinima, NoSeriesSelected) {
+    auto object = Binary();
+    CRecordingMessageBoxSink messages;
+    FitAllMinimaOptions o = FitAllMinimaDefaults(*object);
+    EXPECT_FALSE(FitAllMinima(*object, {}, o, messages).started);
+    ASSERT_EQ(messages.Records().size(), 1u);
+    EXPECT_EQ(messages.Records()[0].title, "Cannot find minima");
+    EXPECT_EQ(messages.Records()[0].lines,
+              std::vector<std::string>{"No series selected to find minima"});
+}
+
+FitAllMinimaOptions BothKinds(const kurvalux_data::CObjectListElem& object) {
+    FitAllMinimaOptions o = FitAllMinimaDefaults(object);
+    o.min_branch_points = 20;
+    o.fit_primary = true;
+    o.primary_time_around = 0.2;
+    o.fit_secondary = true;
+    o.secondary_phase = 0.5;
+    o.secondary_time_around = 0.2;
+    o.processors = 2;
+    o.seed = 8;
+    return o;
+}
+
+TEST(FitAllMinima, WalksEveryCoveredMinimumAndAsks) {
+    auto object = Binary();
+    CRecordingMessageBoxSink messages;
+    messages.SetAffirmative(true);  // Yes to every question
+    const FitAllMinimaResult r = FitAllMinima(*object, {0, 1}, BothKinds(*object), messages);
+    ASSERT_TRUE(r.started);
+    EXPECT_FALSE(r.cancelled);
+    EXPECT_EQ(object->primary_fit_time_range, 0.2);
+    EXPECT_EQ(object->secondary_fit_time_range, 0.2);
+    // Night 1 (JD 2450000.8 ... 1.1) holds the whole primary at 2450000.9; night 2 (2.35 ...
+    // 2.5) only the descending branch of the primary at 2450002.5, and no secondary (2.1 and
+    // 2.9 lie outside it). So one question, for the primary of night 1.
+    ASSERT_EQ(r.found.size(), 1u);
+    EXPECT_EQ(r.found[0].series_index, 0u);
+    EXPECT_EQ(r.found[0].type, kurvalux_data::kMinimumPrimary);
+    EXPECT_NEAR(r.found[0].time, 2450000.9, 3e-4);
+    EXPECT_TRUE(r.found[0].has_error);
+    EXPECT_GT(r.found[0].error, 0.0);
+    EXPECT_LT(r.found[0].error, 3e-4);
+    EXPECT_EQ(r.added, 1);
+    ASSERT_EQ(object->series[0]->minima.size(), 1u);
+    EXPECT_EQ(object->series[0]->minima[0].type, kurvalux_data::kMinimumPrimary);
+    EXPECT_EQ(object->series[0]->minima[0].time, r.found[0].time);
+    EXPECT_EQ(object->series[0]->minima[0].error, r.found[0].error);
+    // The one question asked, with its exact text and buttons.
+    ASSERT_EQ(messages.Records().size(), 1u);
+    EXPECT_EQ(messages.Records()[0].title, "Found Minimum");
+    EXPECT_EQ(messages.Records()[0].lines, std::vector<std::string>{"Add Primary minimum?"});
+    EXPECT_EQ(messages.Records()[0].buttons, kurvalux_platform::MessageButtons::YesNoCancel);
+    EXPECT_GT(r.skipped, 0);  // the half-covered windows of night 2 were skipped silently
+}
+
+TEST(FitAllMinima, SecondaryQuestionAndNoAndCancel) {
+    // A night around a secondary (2450002.1 + 0.8 = 2450002.9) and the following primary.
+    auto object = Binary();
+    auto& night = *object->series[1];
+    const CLightCurveModel model(
+        {11.0, 0.5, 0.6, 0.05, 1.2, 0.0, 0.3, 0.05, 1.2, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0});
+    night.times.clear();
+    night.values.clear();
+    night.errors.clear();
+    for (double t = 2450002.75; t <= 2450003.45; t += 2.0 / 1440) {
+        night.times.push_back(t);
+        night.values.push_back(model.Evaluate(PhaseOf(t, object->m0, object->period)));
+        night.errors.push_back(0.003);
+    }
+    CRecordingMessageBoxSink messages;
+    messages.QueueAnswer(MessageAnswer::No);      // the primary of night 1
+    messages.QueueAnswer(MessageAnswer::Yes);     // the primary at 2450003.3 of night 2
+    messages.QueueAnswer(MessageAnswer::Cancel);  // the secondary at 2450002.9
+    const FitAllMinimaResult r = FitAllMinima(*object, {0, 1}, BothKinds(*object), messages);
+    ASSERT_TRUE(r.started);
+    EXPECT_TRUE(r.cancelled);
+    ASSERT_EQ(messages.Records().size(), 3u);
+    EXPECT_EQ(messages.Records()[0].lines, std::vector<std::string>{"Add Primary minimum?"});
+    EXPECT_EQ(messages.Records()[1].lines, std::vector<std::string>{"Add Primary minimum?"});
+    EXPECT_EQ(messages.Records()[2].lines, std::vector<std::string>{"Add Secondary minimum?"});
+    ASSERT_EQ(r.found.size(), 3u);
+    EXPECT_FALSE(r.found[0].added);
+    EXPECT_TRUE(r.found[1].added);
+    EXPECT_FALSE(r.found[2].added);
+    EXPECT_NEAR(r.found[1].time, 2450003.3, 2e-4);
+    EXPECT_NEAR(r.found[2].time, 2450002.9, 2e-4);
+    EXPECT_EQ(r.found[2].type, kurvalux_data::kMinimumSecondary);
+    // Cancel keeps what was added before it.
+    EXPECT_EQ(object->series[0]->minima.size(), 0u);
+    ASSERT_EQ(object->series[1]->minima.size(), 1u);
+    EXPECT_EQ(object->series[1]->minima[0].type, kurvalux_data::kMinimumPrimary);
+}
+
+TEST(FitAllMinima, OneBranchOnlyIsSkippedWithoutAQuestion) {
+    auto object = Binary();
+    // Night 1 cut at the primary's centre: only the descending branch remains.
+    auto& s = *object->series[0];
+    while (!s.times.empty() && s.times.back() > 2450000.9) {
+        s.times.pop_back();
+        s.values.pop_back();
+        s.errors.pop_back();
+    }
+    CRecordingMessageBoxSink messages;
+    FitAllMinimaOptions o = BothKinds(*object);
+    o.fit_secondary = false;
+    const FitAllMinimaResult r = FitAllMinima(*object, {0}, o, messages);
+    EXPECT_TRUE(r.started);
+    EXPECT_TRUE(r.found.empty());
+    EXPECT_TRUE(messages.Records().empty());
+    EXPECT_GT(r.skipped, 0);
+}
+
+}  // namespace
