@@ -1,0 +1,80 @@
+#pragma once
+// The dialogs of the main window that are more than a form: the filter table editor, the list
+// of minima and the progress of a frequency analysis.
+#include <QDialog>
+#include <functional>
+
+#include "data/field.h"
+#include "data/settings.h"
+#include "platform/message_box.h"
+
+class QListWidget;
+class QTableWidget;
+class QProgressBar;
+class QLabel;
+
+namespace kurvalux_app {
+
+// Colour of the filter table as its hexadecimal text ("FF0050FF": top byte, blue, green, red).
+QString ColourHex(uint32_t colour);
+bool ParseColourHex(const QString& text, uint32_t& colour);
+
+// "Edit filter name and color assignments": the table with "Add filter", "Edit filetr" and
+// "Delete filter". Works on a copy; the caller takes Table() when the dialog is accepted.
+class CFilterTableDialog : public QDialog {
+    Q_OBJECT
+public:
+    // `run` runs the nested "Define filter name and color" dialog (a modal loop, or a script).
+    CFilterTableDialog(const kurvalux_data::FilterTable& table,
+                       kurvalux_platform::CMessageBoxSink& messages,
+                       std::function<int(QDialog&)> run, QWidget* parent = nullptr);
+    const kurvalux_data::FilterTable& Table() const { return table_; }
+    QListWidget* List() { return list_; }
+
+public slots:
+    void AddFilter();
+    void EditFilter();
+    void DeleteFilter();
+
+private:
+    void Fill(const std::string& select);
+    // The name/colour dialog; false when cancelled or refused.
+    bool Define(std::string& name, uint32_t& colour, const std::string& own_name);
+
+    kurvalux_data::FilterTable table_;
+    kurvalux_platform::CMessageBoxSink& messages_;
+    std::function<int(QDialog&)> run_;
+    QListWidget* list_;
+};
+
+// "List of minima": every minimum of the object with its series, type, time, error, cycle and
+// O-C against the object's ephemeris.
+class CMinimaListDialog : public QDialog {
+    Q_OBJECT
+public:
+    explicit CMinimaListDialog(const kurvalux_data::CObjectListElem& object,
+                               QWidget* parent = nullptr);
+    QTableWidget* Table() { return table_; }
+
+private:
+    QTableWidget* table_;
+};
+
+// "Frequency analysis": "Processing:" with a bar meter and Cancel.
+class CFrequencyProgressDialog : public QDialog {
+    Q_OBJECT
+public:
+    explicit CFrequencyProgressDialog(QWidget* parent = nullptr);
+    void SetProgress(uint64_t done, uint64_t total);
+    bool Cancelled() const { return cancelled_; }
+    QProgressBar* Bar() { return bar_; }
+
+protected:
+    void reject() override;
+
+private:
+    QProgressBar* bar_;
+    bool cancelled_ = false;
+};
+
+}  // namespace kurvalux_app

@@ -1,0 +1,1045 @@
+#include "app/main_window.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMenuBar>
+#include <QScreen>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QUrl>
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/periods/frequency_analysis.h"
+#include "analysis/periods/period_from_minima.h"
+#include "app/commands.h"
+#include "app/dialogs.h"
+#include "app/field_scan.h"
+#include "app/form_dialog.h"
+#include "app/kurvalux_pane.h"
+#include "app/menu_table.h"
+#include "app/phase_fit_view.h"
+#include "app/qt_platform.h"
+#include "data/field_file.h"
+#include "data/field_statistics.h"
+#include "lc/chart_views.h"
+#include "platform/files.h"
+#include "platform/system.h"
+#include "platform/text.h"
+
+#ifdef KURVALUX_HAVE_IMG
+#include "img/raster_export.h"
+#endif
+
+namespace kurvalux_app {
+
+using kurvalux_data::CObjectListElem;
+using kurvalux_platform::MessageAnswer;
+using kurvalux_platform::MessageButtons;
+using kurvalux_platform::MessageIcon;
+
+namespace {
+
+QString Q(const std::string& s) {
+    return QString::fromStdString(s);
+}
+
+std::string FolderOf(const std::string& path) {
+    size_t slash = path.find_last_of("/\\");
+    return slash == std::string::npos ? std::string() : path.substr(0, slash);
+}
+
+bool EndsWithNoCase(const std::string& text, const std::string& end) {
+    if (text.size() < end.size()) return false;
+    return kurvalux_platform::ToUpperAscii(text.substr(text.size() - end.size())) ==
+           kurvalux_platform::ToUpperAscii(end);
+}
+
+QString StyleColour(kurvalux_platform::Colour c) {
+    return QString("color: rgb(%1,%2,%3); font-weight: bold;")
+        .arg(kurvalux_platform::RedOf(c))
+        .arg(kurvalux_platform::GreenOf(c))
+        .arg(kurvalux_platform::BlueOf(c));
+}
+
+// The period search's result and the values it remembers for the next use in this run.
+kurvalux_analysis::PeriodFromMinimaOptions& LastMinimaOptions() {
+    static kurvalux_analysis::PeriodFromMinimaOptions options;
+    return options;
+}
+
+}  // namespace
+
+CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
+    : QMainWindow(parent), options_(std::move(options)) {
+    setObjectName("CKurvalux");
+    if (options_.settings_path.empty())
+        options_.settings_path = kurvalux_data::DefaultSettingsPath();
+    kurvalux_data::LoadSettings(options_.settings_path, settings_);
+    if (options_.messages) {
+        messages_ = options_.messages;
+    } else {
+        qt_messages_ = std::make_unique<CQtMessageBoxSink>(this);
+        messages_ = qt_messages_.get();
+    }
+    files_ = options_.files;
+    dialogs_ = options_.dialogs;
+
+    pane_ = new CKurvaluxPane(*this, this);
+    setCentralWidget(pane_);
+    connect(pane_->PhaseFitView(), &CPhaseFitView::saveFieldRequested, this,
+            [this] { Dispatch(kCmdSaveField); });
+    BuildMenus();
+    BuildToolBar();
+    BuildStatusBar();
+    pane_->Refresh();
+    UpdateTitle();
+    UpdateStatus();
+}
+
+CKurvalux::~CKurvalux() = default;
+
+// ---- menus, tool bar, status bar
+
+void CKurvalux::BuildMenus() {
+    std::vector<QMenu*> stack;
+    for (const CMenuEntry& entry : MenuTable()) {
+        switch (entry.row) {
+            case MenuRow::kMenu: {
+                QMenu* menu = stack.empty() ? menuBar()->addMenu(entry.text)
+                                            : stack.back()->addMenu(entry.text);
+                menu->setObjectName(entry.text);
+                if (stack.empty() && std::string(entry.text) == "Field") field_menu_ = menu;
+                stack.push_back(menu);
+                break;
+            }
+            case MenuRow::kEnd:
+                stack.pop_back();
+                break;
+            case MenuRow::kSeparator:
+                stack.back()->addSeparator();
+                break;
+            case MenuRow::kRecentFiles:
+                // Filled by RebuildRecentFiles() before the next item.
+                break;
+            case MenuRow::kItem: {
+                QAction* action = stack.back()->addAction(entry.text);
+                action->setObjectName(QString::number(entry.command));
+                action->setData(entry.command);
+                if (*entry.shortcut) action->setShortcut(QKeySequence(entry.shortcut));
+                action->setCheckable(entry.check);
+                action->setEnabled(entry.available);
+                const int command = entry.command;
+                connect(action, &QAction::triggered, this, [this, command] { Dispatch(command); });
+                actions_[command] = action;
+                if (command == kCmdNewField) recent_anchor_ = action;
+                break;
+            }
+        }
+    }
+    RebuildRecentFiles();
+    UpdateChecks();
+}
+
+void CKurvalux::RebuildRecentFiles() {
+    for (QAction* a : recent_actions_) {
+        field_menu_->removeAction(a);
+        a->deleteLater();
+    }
+    recent_actions_.clear();
+    const std::vector<std::string>& files = settings_.recent_files;
+    for (size_t i = 0; i < files.size(); ++i) {
+        auto* action = new QAction(Q(RecentFileMenuText(files[i])), field_menu_);
+        const int command = kCmdRecentFileFirst + static_cast<int>(i);
+        action->setData(command);
+        action->setObjectName(QString::number(command));
+        connect(action, &QAction::triggered, this, [this, command] { Dispatch(command); });
+        field_menu_->insertAction(recent_anchor_, action);
+        recent_actions_.push_back(action);
+    }
+    if (!files.empty()) {
+        QAction* separator = new QAction(field_menu_);
+        separator->setSeparator(true);
+        field_menu_->insertAction(recent_anchor_, separator);
+        recent_actions_.push_back(separator);
+    }
+}
+
+void CKurvalux::BuildToolBar() {
+    QToolBar* bar = addToolBar("Tools");
+    bar->setObjectName("Tools");
+    // 24 pixels at 96 dots per inch; Qt scales logical pixels with the screen.
+    bar->setIconSize(QSize(24, 24));
+    for (const CToolButton& button : ToolBarTable()) {
+        QIcon icon = QIcon::fromTheme(button.icon);
+        QAction* action =
+            icon.isNull() ? bar->addAction(button.text) : bar->addAction(icon, button.text);
+        action->setToolTip(button.text);
+        action->setObjectName(QString("tool ") + button.text);
+        const int command = button.command;
+        connect(action, &QAction::triggered, this, [this, command] { Dispatch(command); });
+    }
+}
+
+void CKurvalux::BuildStatusBar() {
+    auto label = [this](const char* name) {
+        auto* l = new QLabel(this);
+        l->setObjectName(name);
+        return l;
+    };
+    status_objects_ = label("status objects");
+    status_series_ = label("status series");
+    status_modified_ = label("status modified");
+    status_source_ = label("status source");
+    status_time_ = label("status time");
+    status_source_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    statusBar()->addWidget(status_objects_);
+    statusBar()->addWidget(status_series_);
+    statusBar()->addWidget(status_modified_);
+    statusBar()->addWidget(status_source_, 1);
+    statusBar()->addWidget(status_time_);
+
+    auto* panel = new QWidget(this);
+    panel->setObjectName("web status");
+    auto* grid = new QGridLayout(panel);
+    grid->setContentsMargins(4, 0, 4, 0);
+    grid->setVerticalSpacing(0);
+    web_connection_ = label("web connection");
+    web_state_ = label("web state");
+    web_lines_ = label("web lines");
+    QFont small = web_lines_->font();
+    small.setPointSizeF(small.pointSizeF() * 0.85);
+    web_lines_->setFont(small);
+    grid->addWidget(web_connection_, 0, 0);
+    grid->addWidget(web_state_, 0, 1);
+    grid->addWidget(web_lines_, 1, 0, 1, 2);
+    statusBar()->addPermanentWidget(panel);
+}
+
+void CKurvalux::UpdateTitle() {
+    setWindowTitle(Q(WindowTitle(path_, modified_)));
+}
+
+StatusTexts CKurvalux::CurrentStatusTexts() {
+    return ComputeStatusTexts(field_, pane_->CurrentObject(), pane_->CurrentSeriesIndex(),
+                              modified_);
+}
+
+void CKurvalux::UpdateStatus() {
+    StatusTexts texts = CurrentStatusTexts();
+    status_objects_->setText(Q(texts.objects));
+    status_series_->setText(Q(texts.series));
+    status_modified_->setText(Q(texts.modified));
+    status_source_->setText(Q(texts.source));
+    status_time_->setText(Q(texts.time_system));
+    WebStatusPanel panel = ComputeWebStatusPanel(session_);
+    web_connection_->setText(Q(panel.connection));
+    web_connection_->setStyleSheet(StyleColour(panel.connection_colour));
+    web_state_->setText(Q(panel.state));
+    web_state_->setStyleSheet(StyleColour(panel.state_colour));
+    web_lines_->setText(
+        Q(panel.lines[0] + "  " + panel.lines[1] + "\n" + panel.lines[2] + "  " + panel.lines[3]));
+}
+
+void CKurvalux::UpdateChecks() {
+    auto set = [this](int command, bool on) {
+        if (QAction* a = Action(command)) a->setChecked(on);
+    };
+    set(kCmdAutoAcceptM0Period, settings_.auto_accept_m0_period);
+    set(kCmdShowMinima, settings_.show_minima);
+    set(kCmdShowDeviation, settings_.show_dev);
+    set(kCmdShowNowLine, settings_.show_now);
+    set(kCmdShowTimeLine, settings_.show_time);
+    set(kCmdCheckVersion, settings_.check_version);
+}
+
+QAction* CKurvalux::Action(int command) const {
+    auto it = actions_.find(command);
+    return it == actions_.end() ? nullptr : it->second;
+}
+
+// ---- the host
+
+void CKurvalux::MarkModified() {
+    SetModified(true);
+}
+
+void CKurvalux::SetModified(bool modified) {
+    modified_ = modified;
+    UpdateTitle();
+    UpdateStatus();
+}
+
+int CKurvalux::RunDialog(QDialog& dialog) {
+    if (dialogs_) return dialogs_(dialog);
+    return dialog.exec();
+}
+
+void CKurvalux::SelectionChanged() {
+    UpdateStatus();
+}
+
+kurvalux_data::PathBases CKurvalux::Bases() const {
+    kurvalux_data::PathBases bases;
+    bases.root_directory = settings_.root_path;
+    bases.program_folder = kurvalux_platform::ProgramFolder();
+    bases.field_folder = FolderOf(path_);
+    return bases;
+}
+
+std::string CKurvalux::ChooseFile(FileRequest request, const std::string& suggested) {
+    if (files_) return files_(request, suggested);
+    const QString field_filter = "KVF Kurvalux v2+ files (*.kvf);;All Files (*.*)";
+    QString result;
+    switch (request) {
+        case FileRequest::kOpenField:
+            result = QFileDialog::getOpenFileName(this, "Load Field", Q(suggested), field_filter);
+            break;
+        case FileRequest::kSaveField:
+            result =
+                QFileDialog::getSaveFileName(this, "Save Field As", Q(suggested), field_filter);
+            break;
+        case FileRequest::kFolder:
+            result = QFileDialog::getExistingDirectory(this, "Define Root Directory", Q(suggested));
+            break;
+        case FileRequest::kSaveImage:
+            result = QFileDialog::getSaveFileName(
+                this, "Save Graph As Bitmap", Q(suggested),
+                "PNG Files (*.png);;JPG Files (*.jpg);;BMP Files (*.bmp);;TIFF Files (*.tif)");
+            break;
+        case FileRequest::kSaveSvg:
+            result = QFileDialog::getSaveFileName(this, "Save Graph As SVG", Q(suggested),
+                                                  "SVG Files (*.svg);;All Files (*.*)");
+            break;
+    }
+    return result.toStdString();
+}
+
+// ---- the dispatcher
+
+bool CKurvalux::CheckWebSession(int command) {
+    switch (command) {
+        case kCmdWebChangePassword:
+        case kCmdWebLogout:
+        case kCmdWebSynchronizeField:
+        case kCmdWebAddObjects:
+        case kCmdWebInsertObjects:
+        case kCmdWebPublish:
+        case kCmdWebUnpublish:
+        case kCmdWebSynchronizeObject:
+            break;
+        default:
+            return true;
+    }
+    if (!session_.logged_in) {
+        messages_->Error("Web Repository Offline", {"Login to some web repository prior",
+                                                    "to manipulation with shared objects."});
+        return false;
+    }
+    CObjectListElem* object = pane_->CurrentObject();
+    if (command == kCmdWebSynchronizeObject && object && object->token.empty() &&
+        object->publisher.empty()) {
+        messages_->Error("Cannot synchronize non-shared object",
+                         {"Selected objec is neither published,", "nor imported. So, it cannot be",
+                          "synchronized with repository."});
+        return false;
+    }
+    if (command == kCmdWebPublish && object && !object->token.empty()) {
+        messages_->Error(
+            "Cannot publish object",
+            {"Selected object already published in repository",
+             "Object Token, generated upon publishing,", "can be cleard in the Meta Data pane."});
+        return false;
+    }
+    return true;
+}
+
+bool CKurvalux::Dispatch(int command) {
+    if (!CheckWebSession(command)) return true;
+    if (!CommandAvailable(command)) return false;
+    if (command >= kCmdRecentFileFirst && command <= kCmdRecentFileLast) {
+        LoadRecentFile(command - kCmdRecentFileFirst);
+        return true;
+    }
+    switch (command) {
+        case kCmdNewField:
+            NewField();
+            break;
+        case kCmdLoadField:
+            LoadFieldCommand();
+            break;
+        case kCmdSaveField:
+            SaveField();
+            break;
+        case kCmdSaveFieldAs:
+            SaveFieldAs();
+            break;
+        case kCmdScanEntireField:
+            ScanEntireField();
+            break;
+        case kCmdScanFileSeries:
+            ScanFileSeries();
+            break;
+        case kCmdStatisticsAll:
+            Statistics(false);
+            break;
+        case kCmdStatisticsShort:
+            Statistics(true);
+            break;
+        case kCmdFilterColours:
+            FilterColours();
+            break;
+        case kCmdRootDirectory:
+            RootDirectory();
+            break;
+        case kCmdAddObject:
+            AddObject(false);
+            break;
+        case kCmdInsertObject:
+            AddObject(true);
+            break;
+        case kCmdRemoveObject:
+            RemoveObject();
+            break;
+        case kCmdRenameObject:
+            RenameObject();
+            break;
+        case kCmdSortByName:
+        case kCmdSortByRa:
+        case kCmdSortByDec:
+            SortObjects(command);
+            break;
+        case kCmdSaveGraphBitmap:
+            SaveGraph(false);
+            break;
+        case kCmdSaveGraphSvg:
+            SaveGraph(true);
+            break;
+        case kCmdAutoAcceptM0Period:
+        case kCmdShowMinima:
+        case kCmdShowDeviation:
+        case kCmdShowNowLine:
+        case kCmdShowTimeLine:
+        case kCmdCheckVersion:
+            ToggleCheck(command);
+            break;
+        case kCmdSelectAllSeries:
+        case kCmdDeselectAllSeries:
+        case kCmdSelectSeriesByFilter:
+        case kCmdSelectSeriesByContributor:
+            SelectSeries(command);
+            break;
+        case kCmdListOfMinima:
+            ListOfMinima();
+            break;
+        case kCmdSelectAllMinima:
+            SelectMinima(true);
+            break;
+        case kCmdDeselectAllMinima:
+            SelectMinima(false);
+            break;
+        case kCmdMinimumParameters:
+            MinimumParameters();
+            break;
+        case kCmdRemoveMinimum:
+            RemoveMinimum();
+            break;
+        case kCmdPeriodsFromMinima:
+            PeriodsFromMinima();
+            break;
+        case kCmdPeriodsByFrequency:
+            PeriodsByFrequency();
+            break;
+        case kCmdUsersGuide:
+            UsersGuide();
+            break;
+        case kCmdAbout:
+            About();
+            break;
+        case kCmdZoomIn:
+            pane_->ZoomIn();
+            break;
+        case kCmdZoomOut:
+            pane_->ZoomOut();
+            break;
+        case kCmdClearZoom:
+            pane_->ClearZoom();
+            break;
+        default:
+            return false;
+    }
+    return true;
+}
+
+CObjectListElem* CKurvalux::RequireObject(const char* title) {
+    CObjectListElem* object = pane_->CurrentObject();
+    if (!object) messages_->Error(title, {"No object selected"});
+    return object;
+}
+
+// ---- Field
+
+bool CKurvalux::AskReplaceField(bool new_field) {
+    if (!modified_) return true;
+    MessageAnswer answer = messages_->Show(kFieldModifiedTitle, ReplaceFieldQuestion(new_field),
+                                           MessageIcon::Question, MessageButtons::YesNoCancel);
+    if (answer == MessageAnswer::Yes) return SaveField();
+    return answer == MessageAnswer::No;
+}
+
+void CKurvalux::NewField() {
+    if (!AskReplaceField(true)) return;
+    field_.Clear();
+    path_.clear();
+    SetModified(false);
+    pane_->Refresh();
+    emit fieldReplaced();
+}
+
+bool CKurvalux::OpenField(const std::string& path) {
+    kurvalux_data::Field loaded;
+    kurvalux_data::FieldLoadOptions options;
+    options.bases = Bases();
+    options.bases.field_folder = FolderOf(path);
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    kurvalux_data::FieldLoadResult result =
+        kurvalux_data::LoadField(path, loaded, options, *messages_);
+    QApplication::restoreOverrideCursor();
+    if (!result.ok) return false;
+    field_ = std::move(loaded);
+    path_ = path;
+    settings_.AddRecentFile(path);
+    settings_.last_open_path = FolderOf(path);
+    RebuildRecentFiles();
+    SetModified(result.series_removed);
+    pane_->Refresh();
+    emit fieldReplaced();
+    return true;
+}
+
+void CKurvalux::LoadFieldCommand() {
+    if (!AskReplaceField(false)) return;
+    std::string suggested = path_.empty() ? settings_.last_open_path : path_;
+    if (EndsWithNoCase(suggested, "xml"))
+        suggested = kurvalux_platform::ReplaceExtension(suggested, "kvf");
+    std::string path = ChooseFile(FileRequest::kOpenField, suggested);
+    if (!path.empty()) OpenField(path);
+}
+
+void CKurvalux::LoadRecentFile(int index) {
+    if (index < 0 || index >= static_cast<int>(settings_.recent_files.size())) return;
+    std::string path = settings_.recent_files[static_cast<size_t>(index)];
+    if (!AskReplaceField(false)) return;
+    OpenField(path);
+}
+
+bool CKurvalux::SaveFieldTo(const std::string& path) {
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    bool ok = kurvalux_data::SaveField(path, field_, *messages_);
+    QApplication::restoreOverrideCursor();
+    if (!ok) return false;
+    path_ = path;
+    settings_.AddRecentFile(path);
+    RebuildRecentFiles();
+    SetModified(false);
+    return true;
+}
+
+bool CKurvalux::SaveField() {
+    if (path_.empty()) return SaveFieldAs();
+    return SaveFieldTo(path_);
+}
+
+bool CKurvalux::SaveFieldAs() {
+    std::string suggested = path_;
+    if (EndsWithNoCase(suggested, "xml"))
+        suggested = kurvalux_platform::ReplaceExtension(suggested, "kvf");
+    std::string path = ChooseFile(FileRequest::kSaveField, suggested);
+    if (path.empty()) return false;
+    if (QFileInfo(Q(path)).suffix().isEmpty()) path += ".kvf";
+    return SaveFieldTo(path);
+}
+
+void CKurvalux::ScanFileSeries() {
+    CObjectListElem* object = RequireObject(kScanTitle);
+    if (!object) return;
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    ScanResult result = RescanObject(*object, Bases(), *messages_);
+    QApplication::restoreOverrideCursor();
+    if (result.Changed()) MarkModified();
+    pane_->RefreshObject();
+    messages_->Show(kScanTitle, ScanSummary(result), MessageIcon::Information, MessageButtons::Ok);
+}
+
+void CKurvalux::ScanEntireField() {
+    ScanResult total;
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    for (auto& object : field_.objects) {
+        ScanResult r = RescanObject(*object, Bases(), *messages_);
+        total.reread += r.reread;
+        total.added += r.added;
+        total.removed += r.removed;
+    }
+    QApplication::restoreOverrideCursor();
+    if (total.Changed()) MarkModified();
+    pane_->RefreshObject();
+    messages_->Show(kScanTitle, ScanSummary(total), MessageIcon::Information, MessageButtons::Ok);
+}
+
+void CKurvalux::Statistics(bool short_only) {
+    kurvalux_data::FieldStatistics statistics =
+        kurvalux_data::ComputeFieldStatistics(field_, short_only);
+    messages_->Show(kurvalux_data::kFieldStatisticsTitle,
+                    kurvalux_data::FieldStatisticsLines(statistics), MessageIcon::Information,
+                    MessageButtons::Ok);
+}
+
+void CKurvalux::FilterColours() {
+    CFilterTableDialog dialog(
+        settings_.filters, *messages_, [this](QDialog& d) { return RunDialog(d); }, this);
+    if (RunDialog(dialog) != QDialog::Accepted) return;
+    settings_.filters = dialog.Table();
+    WriteSettings();
+    pane_->RefreshCharts(true);
+}
+
+void CKurvalux::RootDirectory() {
+    std::string folder = ChooseFile(FileRequest::kFolder, settings_.root_path);
+    if (folder.empty()) return;
+    kurvalux_platform::AssignCut(settings_.root_path, folder, kurvalux_data::kPathCapacity);
+    WriteSettings();
+}
+
+// ---- Objects
+
+void CKurvalux::AddObject(bool insert) {
+    CFormDialog dialog(insert ? "Insert Object" : "Add Object", this);
+    dialog.AddText("Object name:", "", kurvalux_data::kNameCapacity);
+    dialog.AddText("Photometry folder:", Q(settings_.root_path), kurvalux_data::kPathCapacity);
+    dialog.AddText("Folder key:", "", kurvalux_data::kPathCapacity);
+    dialog.AddText("File names:", "*.txt", kurvalux_data::kPathCapacity);
+    dialog.AddNote(
+        "The photometry files of the folder (or of its sub-folders matching the\n"
+        "folder key) whose names match the file names become the object's series.");
+    for (;;) {
+        if (RunDialog(dialog) != QDialog::Accepted) return;
+        std::string name(kurvalux_platform::TrimBlanks(dialog.Text("Object name:")));
+        if (!name.empty()) break;
+        messages_->Error(insert ? "Insert Object" : "Add Object", {"The object needs a name."});
+    }
+    auto object = std::make_unique<CObjectListElem>();
+    kurvalux_platform::AssignCut(
+        object->name, std::string(kurvalux_platform::TrimBlanks(dialog.Text("Object name:"))),
+        kurvalux_data::kNameCapacity);
+    std::string folder = dialog.Text("Photometry folder:");
+    object->absolute_path = folder;
+    std::string relative = folder;
+    const std::string& root = settings_.root_path;
+    if (!root.empty() && folder.size() > root.size() && folder.compare(0, root.size(), root) == 0) {
+        relative = folder.substr(root.size());
+        while (!relative.empty() && (relative[0] == '/' || relative[0] == '\\'))
+            relative.erase(0, 1);
+    }
+    object->relative_path = relative;
+    object->dir_key = dialog.Text("Folder key:");
+    object->file_names = dialog.Text("File names:");
+    if (!folder.empty()) RescanObject(*object, Bases(), *messages_);
+    int index = static_cast<int>(field_.objects.size());
+    if (insert && pane_->CurrentObjectIndex() >= 0) index = pane_->CurrentObjectIndex();
+    field_.objects.insert(field_.objects.begin() + index, std::move(object));
+    MarkModified();
+    pane_->RefreshObjects();
+    pane_->SelectObject(index);
+}
+
+void CKurvalux::RemoveObject() {
+    CObjectListElem* object = RequireObject("Remove Object");
+    if (!object) return;
+    if (messages_->Show("Remove Object",
+                        {"Do you want to remove the object", object->name + " from the field?"},
+                        MessageIcon::Question, MessageButtons::YesNo) != MessageAnswer::Yes)
+        return;
+    field_.objects.erase(field_.objects.begin() + pane_->CurrentObjectIndex());
+    MarkModified();
+    pane_->RefreshObjects();
+}
+
+void CKurvalux::RenameObject() {
+    CObjectListElem* object = RequireObject("Rename Object");
+    if (!object) return;
+    CFormDialog dialog("Rename Object", this);
+    dialog.AddText("Object name:", Q(object->name), kurvalux_data::kNameCapacity);
+    if (RunDialog(dialog) != QDialog::Accepted) return;
+    std::string name(kurvalux_platform::TrimBlanks(dialog.Text("Object name:")));
+    if (name.empty() || name == object->name) return;
+    kurvalux_platform::AssignCut(object->name, name, kurvalux_data::kNameCapacity);
+    MarkModified();
+    pane_->RefreshObjects();
+}
+
+void CKurvalux::SortObjects(int command) {
+    CObjectListElem* current = pane_->CurrentObject();
+    auto coordinate = [command](const CObjectListElem& o) -> double {
+        double ra = 0, dec = 0;
+        if (!o.Coordinates(ra, dec)) return INFINITY;  // unknown positions go last
+        return command == kCmdSortByRa ? ra : dec;
+    };
+    std::stable_sort(field_.objects.begin(), field_.objects.end(),
+                     [&](const auto& a, const auto& b) {
+                         if (command == kCmdSortByName) return a->name < b->name;
+                         return coordinate(*a) < coordinate(*b);
+                     });
+    MarkModified();
+    pane_->RefreshObjects();
+    for (size_t i = 0; i < field_.objects.size(); ++i)
+        if (field_.objects[i].get() == current) pane_->SelectObject(static_cast<int>(i));
+}
+
+void CKurvalux::SaveGraph(bool svg) {
+    CChartCanvas* canvas = pane_->CurrentCanvas();
+    CObjectListElem* object = pane_->CurrentObject();
+    if (!canvas || !canvas->HasChart() || !object) {
+        messages_->Error("Save Graph", {"No chart to save"});
+        return;
+    }
+    std::string& last =
+        svg ? settings_.last_chart_svg_export_path : settings_.last_chart_image_export_path;
+    std::string suggested = last.empty() ? object->name : last + "/" + object->name;
+    suggested += svg ? ".svg" : ".png";
+    std::string path = ChooseFile(svg ? FileRequest::kSaveSvg : FileRequest::kSaveImage, suggested);
+    if (path.empty()) return;
+    int width = settings_.export_image_width, height = settings_.export_image_depth;
+    kurvalux_lc::CLightCurvePane& pane = *canvas->Pane();
+    bool ok = false;
+    if (svg) {
+        ok = pane.ExportSvg(path, width, height, object->name, *messages_);
+    } else {
+#ifdef KURVALUX_HAVE_IMG
+        ok = kurvalux_img::ExportRasterByExtension(pane, path, width, height, object->name,
+                                                   *messages_);
+#endif
+    }
+    canvas->Invalidate();
+    if (ok) last = FolderOf(path);
+}
+
+// ---- Series
+
+void CKurvalux::SelectSeries(int command) {
+    CObjectListElem* object = RequireObject("Select series");
+    if (!object) return;
+    std::vector<bool> enable(object->series.size());
+    if (command == kCmdSelectAllSeries || command == kCmdDeselectAllSeries) {
+        std::fill(enable.begin(), enable.end(), command == kCmdSelectAllSeries);
+    } else {
+        bool by_filter = command == kCmdSelectSeriesByFilter;
+        auto key = [by_filter](const kurvalux_data::CSeriesTreeElem& s) -> std::string {
+            if (by_filter) return s.EffectiveMetaData().filter;
+            if (s.IsLocal()) return "(local files)";
+            auto* web = dynamic_cast<const kurvalux_data::CWebSeriesTreeElem*>(&s);
+            return web ? web->publisher : std::string();
+        };
+        QStringList items;
+        for (const auto& s : object->series)
+            if (!items.contains(Q(key(*s)))) items << Q(key(*s));
+        items.sort();
+        CFormDialog dialog(by_filter ? "Select series by filter" : "Select series by contributor",
+                           this);
+        dialog.AddChoice(by_filter ? "Filter:" : "Contributor:", items, 0);
+        if (RunDialog(dialog) != QDialog::Accepted) return;
+        std::string chosen =
+            dialog.ChoiceText(by_filter ? "Filter:" : "Contributor:").toStdString();
+        for (size_t k = 0; k < object->series.size(); ++k)
+            enable[k] = key(*object->series[k]) == chosen;
+    }
+    bool changed = false;
+    for (size_t k = 0; k < object->series.size(); ++k)
+        if (object->series[k]->enabled != enable[k]) {
+            object->series[k]->enabled = enable[k];
+            changed = true;
+        }
+    if (changed) MarkModified();
+    pane_->RefreshObject();
+}
+
+// ---- Minima
+
+void CKurvalux::ListOfMinima() {
+    CObjectListElem* object = RequireObject("List of minima");
+    if (!object) return;
+    CMinimaListDialog dialog(*object, this);
+    RunDialog(dialog);
+}
+
+void CKurvalux::SelectMinima(bool enabled) {
+    CObjectListElem* object = RequireObject(enabled ? "Select all minima" : "Deselect all minima");
+    if (!object) return;
+    bool changed = false;
+    for (auto& s : object->series)
+        for (auto& m : s->minima)
+            if (m.enabled != enabled) {
+                m.enabled = enabled;
+                changed = true;
+            }
+    if (changed) MarkModified();
+    pane_->RefreshObject();
+}
+
+void CKurvalux::MinimumParameters() {
+    CObjectListElem* object = RequireObject("Minimum parameters");
+    if (!object) return;
+    int k = -1, j = -1;
+    if (!pane_->CurrentMinimum(k, j) || k >= static_cast<int>(object->series.size()) ||
+        j >= static_cast<int>(object->series[static_cast<size_t>(k)]->minima.size())) {
+        messages_->Error("Minimum parameters", {"Select a minimum in the series tree first"});
+        return;
+    }
+    kurvalux_data::CMinimaList& minima = object->series[static_cast<size_t>(k)]->minima;
+    kurvalux_data::CMinimaListElem& m = minima[static_cast<size_t>(j)];
+    CFormDialog dialog("Minimum parameters", this);
+    dialog.AddChoice("Type:", {"Undefined", "Primary", "Secondary"}, static_cast<int>(m.type));
+    dialog.AddReal("Time:", m.time, 0, 1e8, 6);
+    dialog.AddReal("Error:", m.error, 0, 1e6, 6);
+    dialog.AddCheck("Use minimum", m.enabled);
+    if (RunDialog(dialog) != QDialog::Accepted) return;
+    kurvalux_data::CMinimaListElem edited;
+    edited.type = static_cast<uint32_t>(std::max(0, dialog.Choice("Type:")));
+    edited.time = dialog.Real("Time:");
+    edited.error = dialog.Real("Error:");
+    edited.enabled = dialog.Checked("Use minimum");
+    if (edited == m) return;
+    m = edited;
+    std::stable_sort(minima.begin(), minima.end(),
+                     [](const auto& a, const auto& b) { return a.time < b.time; });
+    MarkModified();
+    pane_->RefreshObject();
+}
+
+void CKurvalux::RemoveMinimum() {
+    CObjectListElem* object = RequireObject("Remove minimum");
+    if (!object) return;
+    int k = -1, j = -1;
+    if (!pane_->CurrentMinimum(k, j) || k >= static_cast<int>(object->series.size()) ||
+        j >= static_cast<int>(object->series[static_cast<size_t>(k)]->minima.size())) {
+        messages_->Error("Remove minimum", {"Select a minimum in the series tree first"});
+        return;
+    }
+    kurvalux_data::CMinimaList& minima = object->series[static_cast<size_t>(k)]->minima;
+    if (messages_->Show("Remove minimum",
+                        {"Do you want to remove the minimum",
+                         kurvalux_platform::FormatFixed(minima[static_cast<size_t>(j)].time, 6) +
+                             " of series " + std::to_string(k + 1) + "?"},
+                        MessageIcon::Question, MessageButtons::YesNo) != MessageAnswer::Yes)
+        return;
+    minima.erase(minima.begin() + j);
+    MarkModified();
+    pane_->RefreshObject();
+}
+
+// ---- check items
+
+void CKurvalux::ToggleCheck(int command) {
+    bool* setting = nullptr;
+    switch (command) {
+        case kCmdAutoAcceptM0Period:
+            setting = &settings_.auto_accept_m0_period;
+            break;
+        case kCmdShowMinima:
+            setting = &settings_.show_minima;
+            break;
+        case kCmdShowDeviation:
+            setting = &settings_.show_dev;
+            break;
+        case kCmdShowNowLine:
+            setting = &settings_.show_now;
+            break;
+        case kCmdShowTimeLine:
+            setting = &settings_.show_time;
+            break;
+        case kCmdCheckVersion:
+            setting = &settings_.check_version;
+            break;
+        default:
+            return;
+    }
+    *setting = !*setting;
+    UpdateChecks();
+    WriteSettings();
+    pane_->RefreshCharts(true);
+}
+
+// ---- Periods
+
+void CKurvalux::AcceptFoundPeriod(CObjectListElem& object) {
+    // With "Automatically accept M0, P changes" the best period found becomes the object's;
+    // the current period, kept at the head of the list, is passed over.
+    if (!settings_.auto_accept_m0_period) return;
+    for (const kurvalux_data::CPeriodListElem& p : object.periods) {
+        if (p.period == object.period) continue;
+        object.period = p.period;
+        MarkModified();
+        return;
+    }
+}
+
+void CKurvalux::PeriodsFromMinima() {
+    CObjectListElem* object = RequireObject("Cannot find period");
+    if (!object) return;
+    kurvalux_analysis::MinimaGathering gathering = kurvalux_analysis::GatherSearchMinima(*object);
+    for (const auto& box : gathering.messages)
+        messages_->Show(box.title, box.lines, box.icon, box.buttons);
+    if (!gathering.can_search) return;
+    kurvalux_analysis::PeriodFromMinimaOptions& last = LastMinimaOptions();
+    constexpr double kMax = 1.7976931348623157e308;
+    CFormDialog dialog("Find periods from minima instances", this);
+    dialog.AddReal("Minimal period [d]:", last.min_period, -kMax, kMax);
+    dialog.AddReal("Phase difference limit:", last.limit, -kMax, kMax);
+    dialog.AddReal("Secondary minimum phase:", last.secondary_phase, -kMax, kMax);
+    if (RunDialog(dialog) != QDialog::Accepted) return;
+    last.min_period = dialog.Real("Minimal period [d]:");
+    last.limit = dialog.Real("Phase difference limit:");
+    last.secondary_phase = dialog.Real("Secondary minimum phase:");
+    std::string problem = kurvalux_analysis::CheckPeriodFromMinimaOptions(last);
+    if (!problem.empty()) {
+        messages_->Error("Cannot find period", {problem});
+        return;
+    }
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    kurvalux_analysis::PeriodCommandResult result =
+        kurvalux_analysis::RunPeriodsFromMinima(*object, gathering.minima, last);
+    QApplication::restoreOverrideCursor();
+    if (result.found) AcceptFoundPeriod(*object);
+    pane_->RefreshObject();
+    for (const auto& box : result.messages)
+        messages_->Show(box.title, box.lines, box.icon, box.buttons);
+}
+
+void CKurvalux::PeriodsByFrequency() {
+    CObjectListElem* object = RequireObject("Cannot find period");
+    if (!object) return;
+    kurvalux_analysis::FrequencyAnalysisOptions& last =
+        kurvalux_analysis::LastFrequencyAnalysisOptions();
+    constexpr double kMax = 1.7976931348623157e308;
+    CFormDialog dialog("Find periods by Frequency Analysis", this);
+    dialog.AddReal("Minimal period [d]:", last.min_period, 0, kMax);
+    dialog.AddReal("Maximal period [d]:", last.max_period, 0, kMax);
+    dialog.AddReal("Resolution [d]:", last.resolution, 0, kMax);
+    dialog.AddCount(
+        "Number of steps:", std::max<int64_t>(0, kurvalux_analysis::FrequencyAnalysisSteps(last)),
+        0, kurvalux_analysis::kMaxFrequencySteps);
+    dialog.AddCheck("Double the periods (one minimum per cycle found)", last.double_periods);
+    // "Number of steps:" follows the three boxes above it.
+    auto* steps = qobject_cast<QLineEdit*>(dialog.Box("Number of steps:"));
+    steps->setReadOnly(true);
+    auto update_steps = [&dialog, steps] {
+        kurvalux_analysis::FrequencyAnalysisOptions o;
+        o.min_period = dialog.Real("Minimal period [d]:");
+        o.max_period = dialog.Real("Maximal period [d]:");
+        o.resolution = dialog.Real("Resolution [d]:");
+        steps->setText(
+            QString::number(std::max<int64_t>(0, kurvalux_analysis::FrequencyAnalysisSteps(o))));
+    };
+    for (const char* label : {"Minimal period [d]:", "Maximal period [d]:", "Resolution [d]:"})
+        connect(qobject_cast<QLineEdit*>(dialog.Box(label)), &QLineEdit::textChanged, &dialog,
+                update_steps);
+    if (RunDialog(dialog) != QDialog::Accepted) return;
+    last.min_period = dialog.Real("Minimal period [d]:");
+    last.max_period = dialog.Real("Maximal period [d]:");
+    last.resolution = dialog.Real("Resolution [d]:");
+    last.double_periods = dialog.Checked("Double the periods (one minimum per cycle found)");
+
+    CFrequencyProgressDialog progress(this);
+    progress.show();
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    // The wait dispatches the window's events, so it keeps painting and Cancel works; the
+    // dialog is modal, so nothing else can touch the field meanwhile.
+    kurvalux_analysis::FrequencyCommandResult result =
+        kurvalux_analysis::RunFrequencyAnalysisCommand(*object, last, nullptr,
+                                                       [&progress](uint64_t done, uint64_t total) {
+                                                           progress.SetProgress(done, total);
+                                                           QCoreApplication::processEvents();
+                                                           return !progress.Cancelled();
+                                                       });
+    QApplication::restoreOverrideCursor();
+    progress.hide();
+    if (result.cancelled) return;
+    if (result.found) AcceptFoundPeriod(*object);
+    pane_->RefreshObject();
+    for (const auto& box : result.messages)
+        messages_->Show(box.title, box.lines, box.icon, box.buttons);
+}
+
+// ---- Help
+
+void CKurvalux::UsersGuide() {
+    std::vector<std::string> candidates = {kurvalux_platform::ProgramFolder() + "README.md",
+                                           KURVALUX_USER_GUIDE};
+    for (const std::string& path : candidates)
+        if (kurvalux_platform::FileExists(path)) {
+            QDesktopServices::openUrl(QUrl::fromLocalFile(Q(path)));
+            return;
+        }
+    messages_->Error("User's Guide", {"Cannot find the user's guide:", candidates.back()});
+}
+
+void CKurvalux::About() {
+    messages_->Show("About KURVALUX", AboutLines(), MessageIcon::Information, MessageButtons::Ok);
+}
+
+// ---- placement and closing
+
+void CKurvalux::RestorePlacement() {
+    QRect wanted(settings_.x_pos, settings_.y_pos, settings_.width, settings_.depth);
+    // A placement from another screen layout is brought back onto the screen.
+    if (QScreen* screen = QApplication::primaryScreen()) {
+        QRect available = screen->availableGeometry();
+        wanted.setWidth(std::min(wanted.width(), available.width()));
+        wanted.setHeight(std::min(wanted.height(), available.height()));
+        if (!available.intersects(wanted)) wanted.moveTopLeft(available.topLeft());
+    }
+    if (wanted.width() > 200 && wanted.height() > 150) setGeometry(wanted);
+    pane_->SetSplitterPositions({settings_.splitter1, settings_.splitter2, settings_.splitter3});
+}
+
+void CKurvalux::StorePlacement() {
+    settings_.maximized = isMaximized();
+    if (!isMaximized() && !isMinimized()) {
+        QRect g = geometry();
+        settings_.x_pos = g.x();
+        settings_.y_pos = g.y();
+        settings_.width = g.width();
+        settings_.depth = g.height();
+    }
+    std::array<int, 3> s = pane_->SplitterPositions();
+    settings_.splitter1 = s[0];
+    settings_.splitter2 = s[1];
+    settings_.splitter3 = s[2];
+}
+
+void CKurvalux::WriteSettings() {
+    if (options_.save_settings) kurvalux_data::SaveSettings(options_.settings_path, settings_);
+}
+
+bool CKurvalux::ConfirmClose() {
+    return messages_->Show(kCloseTitle, CloseQuestion(modified_), MessageIcon::Question,
+                           MessageButtons::YesNo) == MessageAnswer::Yes;
+}
+
+void CKurvalux::closeEvent(QCloseEvent* event) {
+    if (!ConfirmClose()) {
+        event->ignore();
+        return;
+    }
+    StorePlacement();
+    WriteSettings();
+    event->accept();
+}
+
+}  // namespace kurvalux_app

@@ -1,0 +1,157 @@
+#pragma once
+// CKurvalux: the main window. It owns the one Field, its path and modified flag, the
+// settings, the menus and tool bar built from the command table, the status bar, and the
+// dispatcher that turns every command number into the work of its part.
+#include <QMainWindow>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "app/shell_host.h"
+#include "app/shell_texts.h"
+#include "data/field.h"
+#include "data/settings.h"
+
+class QAction;
+class QLabel;
+class QMenu;
+class QCloseEvent;
+
+namespace kurvalux_app {
+
+class CKurvaluxPane;
+class CQtMessageBoxSink;
+
+// What a file dialog is asked for.
+enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg };
+// Returns the chosen path, or empty when cancelled. `suggested` is the proposed file or folder.
+using FileChooser = std::function<std::string(FileRequest, const std::string& suggested)>;
+using DialogRunner = std::function<int(QDialog&)>;
+
+struct ShellOptions {
+    std::string settings_path;                               // empty: the user's settings file
+    bool save_settings = true;                               // written when the window closes
+    kurvalux_platform::CMessageBoxSink* messages = nullptr;  // null: real message boxes
+    FileChooser files;                                       // null: Qt file dialogs
+    DialogRunner dialogs;                                    // null: QDialog::exec()
+};
+
+class CKurvalux : public QMainWindow, public CShellHost {
+    Q_OBJECT
+public:
+    explicit CKurvalux(ShellOptions options = {}, QWidget* parent = nullptr);
+    ~CKurvalux() override;
+
+    // CShellHost
+    kurvalux_data::Field& GetField() override { return field_; }
+    kurvalux_data::Settings& GetSettings() override { return settings_; }
+    kurvalux_platform::CMessageBoxSink& Messages() override { return *messages_; }
+    void MarkModified() override;
+    int RunDialog(QDialog& dialog) override;
+    void SelectionChanged() override;
+    kurvalux_data::PathBases Bases() const override;
+
+    // Carries out a command; false when it is unknown or not available in this build.
+    bool Dispatch(int command);
+
+    // Loads a field file (no question asked); false when it failed (the field stays).
+    bool OpenField(const std::string& path);
+    bool SaveFieldTo(const std::string& path);
+
+    const std::string& Path() const { return path_; }
+    bool Modified() const { return modified_; }
+    void SetModified(bool modified);
+    CKurvaluxPane* Pane() { return pane_; }
+    StatusTexts CurrentStatusTexts();
+    QAction* Action(int command) const;
+    QMenu* FieldMenu() const { return field_menu_; }
+    const WebSession& Session() const { return session_; }
+
+    void SetDialogRunner(DialogRunner runner) { dialogs_ = std::move(runner); }
+    void SetFileChooser(FileChooser chooser) { files_ = std::move(chooser); }
+
+    // Placement and splitters from the settings (start-up) and back (closing).
+    void RestorePlacement();
+    void StorePlacement();
+    // Asks the closing question; true when the window may close.
+    bool ConfirmClose();
+    void WriteSettings();
+
+signals:
+    void fieldReplaced();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void BuildMenus();
+    void BuildToolBar();
+    void BuildStatusBar();
+    void RebuildRecentFiles();
+    void UpdateTitle();
+    void UpdateStatus();
+    void UpdateChecks();
+
+    // Before the field is replaced: true to go on.
+    bool AskReplaceField(bool new_field);
+    bool CheckWebSession(int command);
+    kurvalux_data::CObjectListElem* RequireObject(const char* title);
+
+    // Command handlers.
+    void NewField();
+    void LoadFieldCommand();
+    void LoadRecentFile(int index);
+    bool SaveField();
+    bool SaveFieldAs();
+    void ScanFileSeries();
+    void ScanEntireField();
+    void Statistics(bool short_only);
+    void AddObject(bool insert);
+    void RemoveObject();
+    void RenameObject();
+    void SortObjects(int command);
+    void SelectSeries(int command);
+    void ListOfMinima();
+    void SelectMinima(bool enabled);
+    void MinimumParameters();
+    void RemoveMinimum();
+    void ToggleCheck(int command);
+    void FilterColours();
+    void RootDirectory();
+    void SaveGraph(bool svg);
+    void PeriodsFromMinima();
+    void PeriodsByFrequency();
+    void AcceptFoundPeriod(kurvalux_data::CObjectListElem& object);
+    void UsersGuide();
+    void About();
+
+    std::string ChooseFile(FileRequest request, const std::string& suggested);
+
+    kurvalux_data::Field field_;
+    std::string path_;
+    bool modified_ = false;
+    kurvalux_data::Settings settings_;
+    ShellOptions options_;
+    std::unique_ptr<CQtMessageBoxSink> qt_messages_;
+    kurvalux_platform::CMessageBoxSink* messages_;
+    FileChooser files_;
+    DialogRunner dialogs_;
+    WebSession session_;
+
+    CKurvaluxPane* pane_ = nullptr;
+    QMenu* field_menu_ = nullptr;
+    QAction* recent_anchor_ = nullptr;  // the first item after the recent files
+    std::vector<QAction*> recent_actions_;
+    std::map<int, QAction*> actions_;
+    QLabel* status_objects_;
+    QLabel* status_series_;
+    QLabel* status_modified_;
+    QLabel* status_source_;
+    QLabel* status_time_;
+    QLabel* web_connection_;
+    QLabel* web_state_;
+    QLabel* web_lines_;
+};
+
+}  // namespace kurvalux_app

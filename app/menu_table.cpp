@@ -1,0 +1,254 @@
+#include "app/menu_table.h"
+
+#include "app/commands.h"
+#include "platform/text.h"
+
+namespace kurvalux_app {
+
+namespace {
+
+CMenuEntry Menu(const char* text) {
+    return {MenuRow::kMenu, text, "", 0, false, true};
+}
+CMenuEntry End() {
+    return {MenuRow::kEnd, "", "", 0, false, true};
+}
+CMenuEntry Sep() {
+    return {MenuRow::kSeparator, "", "", 0, false, true};
+}
+CMenuEntry Item(const char* text, int command, const char* shortcut = "") {
+    return {MenuRow::kItem, text, shortcut, command, false, true};
+}
+// A command whose feature arrives with a later part of the program: shown, greyed out.
+CMenuEntry Later(const char* text, int command, const char* shortcut = "") {
+    return {MenuRow::kItem, text, shortcut, command, false, false};
+}
+CMenuEntry Check(const char* text, int command, bool available = true) {
+    return {MenuRow::kItem, text, "", command, true, available};
+}
+
+std::vector<CMenuEntry> BuildTable() {
+    return {
+        Menu("Field"),
+        {MenuRow::kRecentFiles, "", "", kCmdRecentFileFirst, false, true},
+        Item("New Field", kCmdNewField, "Ctrl+N"),
+        Item("Load Field...", kCmdLoadField, "Ctrl+O"),
+        Item("Save Field", kCmdSaveField, "Ctrl+S"),
+        Item("Save Field As...", kCmdSaveFieldAs),
+        Sep(),
+        Item("(Re)Scan Entire Field...", kCmdScanEntireField),
+        Sep(),
+        Later("Load Alternate Names...", kCmdLoadAlternateNames),
+        Sep(),
+        Later("Export Field into CSV...", kCmdExportCsv),
+        Later("Export Field into HTML...", kCmdExportHtml),
+        Sep(),
+        Later("Export Minima of All Objects", kCmdExportAllMinima),
+        Sep(),
+        Menu("Statistics"),
+        Item("Include All Series...", kCmdStatisticsAll),
+        Item("Only Series <1d (Exclude Surveys)...", kCmdStatisticsShort),
+        End(),
+        Sep(),
+        Menu("Web Repository..."),
+        Later("Login to Repository", kCmdWebLogin),
+        Later("Change Password...", kCmdWebChangePassword),
+        Later("Logout from Repository", kCmdWebLogout),
+        Sep(),
+        Later("Synchronize Field with Repository", kCmdWebSynchronizeField),
+        Sep(),
+        Later("Define Web Repository...", kCmdWebDefine),
+        End(),
+        Sep(),
+        Later("Query VSX for all objects...", kCmdVsxAllObjects),
+        Sep(),
+        Item("Define Filter Color Assignment...", kCmdFilterColours),
+        Sep(),
+        Item("Define Root Directory...", kCmdRootDirectory),
+        End(),
+
+        Menu("Objects"),
+        Item("Add Object...", kCmdAddObject, "Ctrl+A"),
+        Item("Insert Object...", kCmdInsertObject, "Ctrl+I"),
+        Item("Remove Object", kCmdRemoveObject),
+        Item("Rename Object...", kCmdRenameObject, "F2"),
+        Menu("Sort Objects"),
+        Item("By Name", kCmdSortByName),
+        Item("By R.A.", kCmdSortByRa),
+        Item("By Dec.", kCmdSortByDec),
+        End(),
+        Sep(),
+        Menu("Web Rrepository"),
+        Later("Add Objects from Repository...", kCmdWebAddObjects),
+        Later("Insert Objects from Repository...", kCmdWebInsertObjects),
+        Sep(),
+        Later("Synchronize Object with Repository", kCmdWebSynchronizeObject),
+        Sep(),
+        Later("Publish Object in Repository", kCmdWebPublish),
+        Later("Unpublish Object in Repository", kCmdWebUnpublish),
+        End(),
+        Sep(),
+        Later("Query VSX for selected object...", kCmdVsxSelectedObject, "Ctrl+Q"),
+        Sep(),
+        Menu("Fit Parameters"),
+        Later("Save Fit Parameters...", kCmdSaveFitParameters),
+        Later("Load Fit Parameters...", kCmdLoadFitParameters),
+        Sep(),
+        Later("Copy Fit Parameters...", kCmdCopyFitParameters),
+        Later("Paste Fit Parameters...", kCmdPasteFitParameters),
+        End(),
+        Menu("Object Data"),
+        Later("Save Object Data...", kCmdSaveObjectData),
+        Later("Load Object Data...", kCmdLoadObjectData),
+        Sep(),
+        Later("Copy Object Data...", kCmdCopyObjectData),
+        Later("Paste Object Data...", kCmdPasteObjectData),
+        End(),
+        Menu("Export"),
+        Later("Time Series...", kCmdExportTimeSeries, "Ctrl+E"),
+        Later("Phased Series...", kCmdExportPhasedSeries),
+        Later("Phased Time Series...", kCmdExportPhasedTimeSeries),
+        Later("Time Series minus Fit...", kCmdExportTimeSeriesMinusFit),
+        Sep(),
+        Later("Individual Series minus Fit...", kCmdExportIndividualMinusFit, "Ctrl+F"),
+        Sep(),
+        Later("Minima List", kCmdExportMinimaList),
+        Sep(),
+        Later("ETV Data", kCmdExportEtv),
+        End(),
+        Menu("Save Graph"),
+        Item("As Bitmap...", kCmdSaveGraphBitmap),
+        Item("As SVG...", kCmdSaveGraphSvg),
+        End(),
+        Sep(),
+        Later("Copy Object Info", kCmdCopyObjectInfo, "Ctrl+K"),
+        Later("Define Copy Info Mask...", kCmdDefineCopyInfoMask),
+        Sep(),
+        Check("Automatically accept M0, P changes", kCmdAutoAcceptM0Period),
+        End(),
+
+        Menu("Series"),
+        Item("Select all series", kCmdSelectAllSeries),
+        Item("Deselect all series", kCmdDeselectAllSeries),
+        Item("Select series by filter...", kCmdSelectSeriesByFilter),
+        Item("Select series by contributor...", kCmdSelectSeriesByContributor),
+        Sep(),
+        Item("(Re)Scan File Series...", kCmdScanFileSeries, "Ctrl+R"),
+        Sep(),
+        Later("Level series by Median", kCmdLevelByMedian),
+        Later("Level series by Range", kCmdLevelByRange),
+        Later("Level series by Average", kCmdLevelByAverage),
+        Sep(),
+        Menu("Series Offsets"),
+        Later("Save series offsets...", kCmdSaveSeriesOffsets),
+        Later("Load series offsets...", kCmdLoadSeriesOffsets),
+        Sep(),
+        Later("Copy series offsets...", kCmdCopySeriesOffsets),
+        Later("Paste series offsets...", kCmdPasteSeriesOffsets),
+        Sep(),
+        Later("Clear all series offsets...", kCmdClearSeriesOffsets),
+        End(),
+        Sep(),
+        Check("Show standard deviation", kCmdShowDeviation),
+        Check("Show \"now\" line in phased curve", kCmdShowNowLine),
+        Check("Show date/time line in phased curve", kCmdShowTimeLine),
+        End(),
+
+        Menu("Minima"),
+        Item("List of minima", kCmdListOfMinima),
+        Sep(),
+        Item("Select all minima", kCmdSelectAllMinima),
+        Item("Deselect all minima", kCmdDeselectAllMinima),
+        Sep(),
+        Item("Minimum parameters...", kCmdMinimumParameters),
+        Item("Remove minimum...", kCmdRemoveMinimum),
+        Sep(),
+        Check("Show minima instances", kCmdShowMinima),
+        End(),
+
+        Menu("Periods"),
+        Item("Find Periods from Minima instances...", kCmdPeriodsFromMinima),
+        Item("Find Periods by Frequency Analysis...", kCmdPeriodsByFrequency),
+        End(),
+
+        Menu("Help"),
+        Item("User's Guide...", kCmdUsersGuide),
+        Item("About", kCmdAbout),
+        Check("Check Version on Start", kCmdCheckVersion, false),
+        End(),
+    };
+}
+
+}  // namespace
+
+const std::vector<CMenuEntry>& MenuTable() {
+    static const std::vector<CMenuEntry> table = BuildTable();
+    return table;
+}
+
+const std::vector<CToolButton>& ToolBarTable() {
+    static const std::vector<CToolButton> buttons = {
+        {"New Field", kCmdNewField, "document-new"},
+        {"Load Field...", kCmdLoadField, "document-open"},
+        {"Save Field", kCmdSaveField, "document-save"},
+        {"Zoom in", kCmdZoomIn, "zoom-in"},
+        {"Zoom out", kCmdZoomOut, "zoom-out"},
+        {"Clear zoom", kCmdClearZoom, "zoom-original"},
+    };
+    return buttons;
+}
+
+const CMenuEntry* FindMenuEntry(int command) {
+    for (const CMenuEntry& entry : MenuTable())
+        if (entry.row == MenuRow::kItem && entry.command == command) return &entry;
+    return nullptr;
+}
+
+bool CommandAvailable(int command) {
+    if (command >= kCmdRecentFileFirst && command <= kCmdRecentFileLast) return true;
+    if (command == kCmdZoomIn || command == kCmdZoomOut || command == kCmdClearZoom) return true;
+    const CMenuEntry* entry = FindMenuEntry(command);
+    return entry && entry->available;
+}
+
+std::string RecentFileMenuText(const std::string& path) {
+    return kurvalux_platform::Cut(path, kRecentFileMenuTextCapacity);
+}
+
+std::vector<std::string> MenuOutline(const std::vector<std::string>& recent_files) {
+    std::vector<std::string> lines;
+    std::string indent;
+    for (const CMenuEntry& entry : MenuTable()) {
+        switch (entry.row) {
+            case MenuRow::kMenu:
+                lines.push_back(indent + entry.text);
+                indent += "  ";
+                break;
+            case MenuRow::kEnd:
+                indent.resize(indent.size() - 2);
+                break;
+            case MenuRow::kSeparator:
+                lines.push_back(indent + "---");
+                break;
+            case MenuRow::kRecentFiles:
+                for (size_t i = 0; i < recent_files.size(); ++i)
+                    lines.push_back(indent + RecentFileMenuText(recent_files[i]) + "\t\t" +
+                                    std::to_string(kCmdRecentFileFirst + i));
+                if (!recent_files.empty()) lines.push_back(indent + "---");
+                break;
+            case MenuRow::kItem: {
+                std::string line = indent;
+                if (entry.check) line += "[ ] ";
+                line += entry.text;
+                line += "\t";
+                line += entry.shortcut;
+                line += "\t" + std::to_string(entry.command);
+                lines.push_back(line);
+                break;
+            }
+        }
+    }
+    return lines;
+}
+
+}  // namespace kurvalux_app
