@@ -127,13 +127,19 @@ ScanResult RescanObject(CObjectListElem& object, const PathBases& bases,
         if (std::find(known.begin(), known.end(), Canonical(file)) != known.end()) continue;
         auto series = std::make_unique<CLocalSeriesTreeElem>();
         kurvalux_platform::AssignCut(series->absolute_path, file, kurvalux_data::kPathCapacity);
-        // The relative path continues the object's own relative folder.
+        // The relative path continues the object's own relative folder, in its style of
+        // separators (a field written on Windows keeps "\\").
         std::string below = fs::path(file)
                                 .lexically_relative(fs::path(kurvalux_platform::NativePath(folder)))
-                                .string();
-        std::string relative = object.relative_path.empty()
-                                   ? below
-                                   : kurvalux_data::JoinPath(object.relative_path, below);
+                                .generic_string();
+        std::string relative = below;
+        if (!object.relative_path.empty()) {
+            const bool windows = object.relative_path.find('\\') != std::string::npos;
+            if (windows) std::replace(below.begin(), below.end(), '/', '\\');
+            relative = object.relative_path;
+            if (relative.back() != '/' && relative.back() != '\\') relative += windows ? '\\' : '/';
+            relative += below;
+        }
         kurvalux_platform::AssignCut(series->relative_path, relative, kurvalux_data::kPathCapacity);
         std::string error, path;
         if (!kurvalux_data::LoadSeriesData(*series, bases, error, path))

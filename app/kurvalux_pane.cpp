@@ -351,10 +351,13 @@ void CKurvaluxPane::FillMeta() {
             meta = kurvalux_data::MergeMetaData(object->meta_data, reference->EffectiveMetaData());
         QStringList lines;
         lines << Q(StarText("Variable", meta.var));
+        // Records the file left empty (an index skipped) are not listed.
         for (size_t i = 0; i < meta.cmp.size(); ++i)
-            lines << Q(StarText(("Comparison " + std::to_string(i)).c_str(), meta.cmp[i]));
+            if (!meta.cmp[i].IsEmpty())
+                lines << Q(StarText(("Comparison " + std::to_string(i)).c_str(), meta.cmp[i]));
         for (size_t i = 0; i < meta.chk.size(); ++i)
-            lines << Q(StarText(("Check " + std::to_string(i)).c_str(), meta.chk[i]));
+            if (!meta.chk[i].IsEmpty())
+                lines << Q(StarText(("Check " + std::to_string(i)).c_str(), meta.chk[i]));
         if (!meta.filter.empty()) lines << Q("Filter: " + meta.filter);
         if (meta.var_aperture != 0 || meta.cmp_aperture != 0 || meta.chk_aperture != 0)
             lines << Q("Apertures: var " + FormatFixed(meta.var_aperture, 2) + ", cmp " +

@@ -62,7 +62,7 @@ CMinimumView::CMinimumView(CShellHost& host, CKurvaluxPane& pane, QWidget* paren
         grid->addWidget(new QLabel(labels[i], this), row, column);
         boxes_[i] = new QLineEdit(this);
         boxes_[i]->setObjectName(labels[i]);
-        boxes_[i]->setText(CFormDialog::RealText(defaults.start[i]));
+        boxes_[i]->setText(BoxText(defaults.start[i]));
         grid->addWidget(boxes_[i], row, column + 1);
         free_[i] = new QCheckBox("fit", this);
         free_[i]->setChecked(defaults.free[i]);
@@ -238,9 +238,13 @@ MinimumFitOptions CMinimumView::Options(bool& ok) {
     return options;
 }
 
+QString CMinimumView::BoxText(double value) {
+    // Six decimals: a tenth of a second in the time of minimum, far below any timing error.
+    return QString::fromStdString(kurvalux_platform::FormatFixedAlways(value, 6));
+}
+
 void CMinimumView::ShowParameters(const SingleMinimumParameters& shown) {
-    for (size_t i = 0; i < kSingleMinimumParameterCount; ++i)
-        boxes_[i]->setText(CFormDialog::RealText(shown[i]));
+    for (size_t i = 0; i < kSingleMinimumParameterCount; ++i) boxes_[i]->setText(BoxText(shown[i]));
 }
 
 void CMinimumView::EstimateStart() {

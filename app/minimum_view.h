@@ -51,6 +51,8 @@ public:
     // Labels of the seven boxes, in parameter order.
     static const std::array<const char*, kurvalux_analysis::kSingleMinimumParameterCount>&
     ParameterLabels();
+    // The text of a value in a parameter box.
+    static QString BoxText(double value);
 
 public slots:
     void SetLimitsToZoom();

@@ -1,0 +1,308 @@
+// Work flows through the window: load a field, time a minimum and add it, save, and read the
+// saved file back; the refusals of the minimum fit view; the period searches and the filter
+// table through their dialogs.
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <cmath>
+
+#include "app/commands.h"
+#include "app/dialogs.h"
+#include "app/form_dialog.h"
+#include "app/kurvalux_pane.h"
+#include "app/minimum_view.h"
+#include "app/phase_fit_view.h"
+#include "data/field_file.h"
+#include "platform/text.h"
+#include "tests/app/window_fixture.h"
+
+namespace kurvalux_app {
+namespace {
+
+using kurvalux_platform::MessageAnswer;
+
+TEST_F(WindowTest, LoadFitMinimumAddSaveAndReadBack) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.SelectSeries(0);
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    // The window starts as the whole series.
+    EXPECT_DOUBLE_EQ(view.LimitFrom(), 2459000.44);
+    EXPECT_DOUBLE_EQ(view.LimitTo(), 2459000.56);
+    view.SetLimits(2459000.45, 2459000.55);
+    view.FitMinimum();
+    ASSERT_TRUE(view.Fitted()) << (BoxTexts().empty() ? "" : BoxTexts().front());
+    // The synthetic eclipse is centred on 2459000.50000 and its noise pattern is symmetric.
+    const double fitted = view.LastFit().time_of_minimum;
+    EXPECT_NEAR(fitted, 2459000.5, 2e-4);
+    EXPECT_EQ(view.ParameterBox(kurvalux_analysis::kMinTime)->text().toStdString(),
+              CMinimumView::BoxText(fitted).toStdString());
+    EXPECT_FALSE(window_->Modified());
+
+    view.ErrorBox()->setText("0.00012");
+    view.SetMinimumType(kurvalux_data::kMinimumPrimary);
+    view.AddMinimum();
+    const kurvalux_data::CMinimaList& minima = window_->GetField().objects[0]->series[0]->minima;
+    ASSERT_EQ(minima.size(), 1u);
+    EXPECT_EQ(minima[0].type, kurvalux_data::kMinimumPrimary);
+    EXPECT_EQ(minima[0].time, fitted);
+    EXPECT_EQ(minima[0].error, 0.00012);
+    EXPECT_TRUE(minima[0].enabled);
+    EXPECT_EQ(Title().back(), '*');
+    // The new minimum is selected in the series tree.
+    int series = -1, index = -1;
+    ASSERT_TRUE(pane.CurrentMinimum(series, index));
+    EXPECT_EQ(series, 0);
+    EXPECT_EQ(index, 0);
+
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveField));
+    EXPECT_NE(Title().back(), '*');
+    kurvalux_data::Field reread;
+    kurvalux_data::FieldLoadOptions options;
+    options.bases.field_folder = folder_.path().toStdString();
+    kurvalux_platform::CRecordingMessageBoxSink quiet;
+    ASSERT_TRUE(kurvalux_data::LoadField(Path("test.kvf"), reread, options, quiet).ok);
+    ASSERT_EQ(reread.objects[0]->series[0]->minima.size(), 1u);
+    const kurvalux_data::CMinimaListElem& back = reread.objects[0]->series[0]->minima[0];
+    EXPECT_EQ(back.type, kurvalux_data::kMinimumPrimary);
+    // The file keeps six decimals.
+    EXPECT_NEAR(back.time, fitted, 5.1e-7);
+    EXPECT_NEAR(back.error, 0.00012, 5.1e-7);
+    EXPECT_TRUE(quiet.Records().empty());
+}
+
+TEST_F(WindowTest, MinimumViewRefusals) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    struct Step {
+        std::function<void()> action;
+        std::string box;
+    } steps[] = {
+        {[&] { view.EstimateError(); },
+         "Cannot Estimate Error: Minimum must be properly fitted | prior to error estimation."},
+        {[&] { view.AddMinimum(); },
+         "Cannot add minimum: Minimum must be properly fitted | prior to adding it to the series."},
+        {[&] { view.MinimumToM0(); },
+         "Cannot set M0: Minimum must be properly fitted | prior to taking it as M0."},
+        // Six points (0.440 ... 0.445) in the window.
+        {[&] {
+             view.SetLimits(2459000.4399, 2459000.4455);
+             view.FitMinimum();
+         },
+         "Cannot perform minimum fit: At last 7 points needed for fit. | Series contains too "
+         "little points."},
+    };
+    for (const Step& step : steps) {
+        boxes_.Clear();
+        step.action();
+        ASSERT_EQ(BoxTexts().size(), 1u) << step.box;
+        EXPECT_EQ(BoxTexts()[0], step.box);
+    }
+    EXPECT_FALSE(window_->Modified());
+    EXPECT_TRUE(window_->GetField().objects[0]->series[0]->minima.empty());
+}
+
+TEST_F(WindowTest, MinimumToM0AsksUnlessChangesAreAcceptedAutomatically) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    view.SetLimits(2459000.45, 2459000.55);
+    view.FitMinimum();
+    ASSERT_TRUE(view.Fitted());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    boxes_.QueueAnswer(MessageAnswer::No);
+    view.MinimumToM0();
+    EXPECT_EQ(object.m0, 2459000.5);
+    ASSERT_EQ(Boxes().size(), 1u);
+    EXPECT_EQ(Boxes()[0].title, "Min->M0");
+    window_->GetSettings().auto_accept_m0_period = true;
+    view.MinimumToM0();
+    EXPECT_EQ(object.m0, view.LastFit().time_of_minimum);
+    EXPECT_EQ(Boxes().size(), 1u);
+    EXPECT_TRUE(window_->Modified());
+}
+
+TEST_F(WindowTest, EstimatedErrorFillsTheBoxUnlessFrozen) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    view.SetLimits(2459000.45, 2459000.55);
+    view.FitMinimum();
+    ASSERT_TRUE(view.Fitted());
+    view.EstimateError();
+    bool ok = false;
+    double error = view.ErrorBox()->text().toDouble(&ok);
+    ASSERT_TRUE(ok) << view.ErrorBox()->text().toStdString();
+    // 101 points of 2 mmag noise on a 0.5 mag deep eclipse: the minimum is timed to well
+    // under a minute, and a bootstrap never finds exactly no spread.
+    EXPECT_GT(error, 0.0);
+    EXPECT_LT(error, 5e-4);
+    view.FreezeError()->setChecked(true);
+    view.ErrorBox()->setText("0.1");
+    view.EstimateError();
+    EXPECT_EQ(view.ErrorBox()->text().toStdString(), "0.1");
+}
+
+TEST_F(WindowTest, PhaseFitRefusesAShortCurveAndAcceptsIntoTheObject) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabPhasedFit);
+    CPhaseFitView& view = *pane.PhaseFitView();
+    // No free parameter: the fitter's refusal in the failure box.
+    for (size_t i = 0; i < kurvalux_data::kLightCurveParameterCount; ++i)
+        view.FitSwitch(i)->setChecked(false);
+    view.FitParameters();
+    ASSERT_EQ(Boxes().size(), 1u);
+    EXPECT_EQ(Boxes()[0].title, "Phase curve fitting failed");
+    EXPECT_FALSE(window_->Modified());
+
+    view.ParameterBox(kurvalux_data::kMag0)->setText("12.01");
+    view.AcceptParameters();
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    EXPECT_TRUE(object.has_fit);
+    EXPECT_EQ(object.fit[kurvalux_data::kMag0], 12.01);
+    EXPECT_TRUE(window_->Modified());
+    // With a model drawn its magnitude range can go to the object's description.
+    view.CopyMagnitudes();
+    EXPECT_NE(object.max_magnitude, kurvalux_data::kUndefinedMagnitude);
+    EXPECT_LT(object.max_magnitude, object.min_magnitude);
+    EXPECT_EQ(view.MaxMagText().toStdString(),
+              kurvalux_platform::FormatFixed(object.max_magnitude, 3));
+}
+
+TEST_F(WindowTest, PeriodsFromMinimaNeedThreeMinima) {
+    ASSERT_TRUE(OpenTestField());
+    ASSERT_TRUE(window_->Dispatch(kCmdPeriodsFromMinima));
+    EXPECT_EQ(
+        BoxTexts(),
+        (std::vector<std::string>{"Cannot find period: At last 3 minima needed to find period"}));
+    EXPECT_TRUE(dialog_titles_.empty());
+}
+
+TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
+    ASSERT_TRUE(OpenTestField());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    const double current = object.period;
+    // Three primary minima 10 and 20 days apart.
+    object.series[0]->minima = {{kurvalux_data::kMinimumPrimary, 2459000.5, 0, true}};
+    object.series[1]->minima = {{kurvalux_data::kMinimumPrimary, 2459010.5, 0, true},
+                                {kurvalux_data::kMinimumPrimary, 2459020.5, 0, true}};
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        EXPECT_EQ(form.Text("Minimal period [d]:"), "0.1");
+        EXPECT_EQ(form.Text("Phase difference limit:"), "0.999");
+        EXPECT_EQ(form.Text("Secondary minimum phase:"), "0.5");
+        form.SetBoxText("Minimal period [d]:", "2");
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdPeriodsFromMinima));
+    EXPECT_EQ(dialog_titles_, (std::vector<std::string>{"Find periods from minima instances"}));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                              "Possible periods were found: All found periods fitting defined "
+                              "minima | were added as items of period combo-box \"P:\""}));
+    // The current period first, then every period that divides 10 d down to the minimal 2 d:
+    // all line the minima up exactly (R = 1), so they keep the order the search found them
+    // in, by increasing period.
+    QComboBox* box = window_->Pane()->PeriodBox();
+    ASSERT_EQ(box->count(), 6);
+    std::vector<std::string> items;
+    for (int i = 0; i < box->count(); ++i) items.push_back(box->itemText(i).toStdString());
+    EXPECT_EQ(items, (std::vector<std::string>{"0.7400000", "2.0000000", "2.5000000", "3.3333333",
+                                               "5.0000000", "10.0000000"}));
+    // The dialog offers the values of its last use.
+    scripts_.push_back([](QDialog& d) {
+        EXPECT_EQ(static_cast<CFormDialog&>(d).Text("Minimal period [d]:"), "2");
+        return static_cast<int>(QDialog::Rejected);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdPeriodsFromMinima));
+    EXPECT_EQ(object.period, current);
+}
+
+TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
+    ASSERT_TRUE(OpenTestField());
+    window_->GetSettings().auto_accept_m0_period = true;
+    const double current = window_->GetField().objects[0]->period;
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        form.SetBoxText("Minimal period [d]:", "0.5");
+        form.SetBoxText("Maximal period [d]:", "1.5");
+        form.SetBoxText("Resolution [d]:", "0.001");
+        // The count follows the three boxes.
+        EXPECT_EQ(form.Text("Number of steps:"), "1000");
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdPeriodsByFrequency));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                              "Possible periods were found: Three periods with highest response | "
+                              "were added as items of period combo-box \"P:\""}));
+    const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    ASSERT_EQ(object.periods.size(), 4u);
+    EXPECT_EQ(object.periods[0].period, current);
+    // Accepted automatically: the best period found is now the object's.
+    EXPECT_EQ(object.period, object.periods[1].period);
+    EXPECT_NE(object.period, current);
+    EXPECT_TRUE(window_->Modified());
+}
+
+TEST_F(WindowTest, FilterTableRefusesADuplicateNameAndKeepsANewFilter) {
+    // The outer dialog adds two filters; the first name is taken, the second is new.
+    std::deque<std::function<int(QDialog&)>> inner;
+    auto define = [](const char* name, const char* colour) {
+        return [=](QDialog& d) {
+            auto& form = static_cast<CFormDialog&>(d);
+            EXPECT_EQ(d.windowTitle().toStdString(), "Define filter name and color");
+            form.SetBoxText("Filter name:", name);
+            form.SetBoxText("Filter color:", colour);
+            return static_cast<int>(QDialog::Accepted);
+        };
+    };
+    scripts_.push_back([&](QDialog& d) {
+        auto& table = static_cast<CFilterTableDialog&>(d);
+        EXPECT_EQ(d.windowTitle().toStdString(), "Edit filter name and color assignments");
+        scripts_.push_front(define("Hbeta", "FF00FF00"));
+        scripts_.push_front(define("V", "FF123456"));
+        table.AddFilter();
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdFilterColours));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                              "Filter exists: Found filter of the name: | V | Choose another "
+                              "unique name."}));
+    const kurvalux_data::FilterTable& filters = window_->GetSettings().filters;
+    ASSERT_NE(filters.Find("Hbeta"), nullptr);
+    EXPECT_EQ(filters.Find("Hbeta")->colour, 0xFF00FF00u);
+    EXPECT_EQ(filters.Find("V")->colour, 0xFF00C000u);
+    kurvalux_data::Settings stored;
+    ASSERT_TRUE(kurvalux_data::LoadSettings(Path("kurvalux.ini"), stored));
+    ASSERT_NE(stored.filters.Find("Hbeta"), nullptr);
+}
+
+TEST(ColourHex, TextsOfTheFilterColours) {
+    struct Case {
+        const char* text;
+        bool ok;
+        uint32_t colour;
+    } cases[] = {{"FF0050FF", true, 0xFF0050FFu},
+                 {"ff00c000", true, 0xFF00C000u},
+                 {" 7F ", true, 0x7Fu},
+                 {"GG", false, 0},
+                 {"", false, 0},
+                 {"1FFFFFFFF", false, 0}};
+    for (const Case& c : cases) {
+        uint32_t colour = 0;
+        EXPECT_EQ(ParseColourHex(c.text, colour), c.ok) << c.text;
+        if (c.ok) {
+            EXPECT_EQ(colour, c.colour) << c.text;
+        }
+    }
+    EXPECT_EQ(ColourHex(0xFF0050FFu).toStdString(), "FF0050FF");
+    EXPECT_EQ(ColourHex(0x7Fu).toStdString(), "0000007F");
+}
+
+}  // namespace
+}  // namespace kurvalux_app

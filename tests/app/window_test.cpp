@@ -1,0 +1,336 @@
+// The main window driven as the user drives it: loading, the title and status texts, the
+// modified flag, the questions before the field is replaced or the window closed, the
+// dispatcher's refusals, the object commands and the field statistics.
+#include <QAction>
+#include <QFileInfo>
+#include <QMenu>
+
+#include "app/commands.h"
+#include "app/form_dialog.h"
+#include "app/kurvalux_pane.h"
+#include "tests/app/window_fixture.h"
+
+namespace kurvalux_app {
+namespace {
+
+using kurvalux_platform::MessageAnswer;
+
+TEST_F(WindowTest, LoadedFieldShowsItsPathObjectsAndSeries) {
+    EXPECT_EQ(Title(), "KURVALUX - ");
+    ASSERT_TRUE(OpenTestField());
+    EXPECT_TRUE(Boxes().empty()) << BoxTexts().front();
+    EXPECT_EQ(Title(), "KURVALUX - " + Path("test.kvf"));
+    EXPECT_FALSE(window_->Modified());
+    StatusTexts status = window_->CurrentStatusTexts();
+    EXPECT_EQ(status.objects, "2 objects");
+    EXPECT_EQ(status.series, "1/2 series");
+    EXPECT_EQ(status.modified, "");
+    EXPECT_EQ(QFileInfo(QString::fromStdString(status.source)).canonicalFilePath(),
+              QFileInfo(QString::fromStdString(Path("night1.txt"))).canonicalFilePath());
+    EXPECT_EQ(status.time_system, "Series in HJD");
+    window_->Pane()->SelectSeries(1);
+    EXPECT_EQ(window_->CurrentStatusTexts().series, "2/2 series");
+}
+
+TEST_F(WindowTest, EveryEditMarksTheFieldAtOnceAndSavingClearsIt) {
+    ASSERT_TRUE(OpenTestField());
+    struct Step {
+        int command;
+        bool enabled_after;
+    } steps[] = {{kCmdDeselectAllSeries, false}, {kCmdSelectAllSeries, true}};
+    for (const Step& step : steps) {
+        window_->SetModified(false);
+        ASSERT_TRUE(window_->Dispatch(step.command));
+        EXPECT_EQ(Title(), "KURVALUX - " + Path("test.kvf") + "*") << step.command;
+        EXPECT_EQ(window_->CurrentStatusTexts().modified, "Modified");
+        for (const auto& s : window_->GetField().objects[0]->series)
+            EXPECT_EQ(s->enabled, step.enabled_after);
+    }
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveField));
+    EXPECT_EQ(Title(), "KURVALUX - " + Path("test.kvf"));
+    EXPECT_TRUE(QFile::exists(QString::fromStdString(Path("test.bak"))));
+    // A command that changes nothing leaves the flag alone.
+    ASSERT_TRUE(window_->Dispatch(kCmdSelectAllSeries));
+    EXPECT_FALSE(window_->Modified());
+}
+
+TEST_F(WindowTest, ReplacingAModifiedFieldAsksFirst) {
+    struct Case {
+        int command;
+        MessageAnswer answer;
+        const char* second_line;
+        size_t objects_after;
+        bool saved;
+    } cases[] = {
+        {kCmdNewField, MessageAnswer::Cancel, "before starting a new one?", 2, false},
+        {kCmdNewField, MessageAnswer::No, "before starting a new one?", 0, false},
+        {kCmdNewField, MessageAnswer::Yes, "before starting a new one?", 0, true},
+        {kCmdRecentFileFirst, MessageAnswer::Cancel, "before opening a new one?", 2, false},
+        {kCmdRecentFileFirst, MessageAnswer::No, "before opening a new one?", 2, false},
+    };
+    for (const Case& c : cases) {
+        ASSERT_TRUE(OpenTestField());
+        window_->GetField().objects[0]->comment = "edited";
+        window_->MarkModified();
+        boxes_.Clear();
+        boxes_.QueueAnswer(c.answer);
+        ASSERT_TRUE(window_->Dispatch(c.command));
+        ASSERT_EQ(Boxes().size(), 1u) << c.command;
+        EXPECT_EQ(Boxes()[0].title, "Field Description Modified");
+        EXPECT_EQ(Boxes()[0].lines,
+                  (std::vector<std::string>{"Do you want to save current field description",
+                                            c.second_line,
+                                            "Choosing [No] will discard current all changes."}));
+        EXPECT_EQ(window_->GetField().objects.size(), c.objects_after);
+        // The recent file is the field itself: after No it is read again, without the edit.
+        if (c.command == kCmdRecentFileFirst && c.answer == MessageAnswer::No) {
+            EXPECT_EQ(window_->GetField().objects[0]->comment, "");
+        }
+        QFile saved(QString::fromStdString(Path("test.kvf")));
+        ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+        EXPECT_EQ(saved.readAll().contains("comment = \"edited\""), c.saved) << c.command;
+        // Put the field file back for the next case.
+        saved.close();
+        QFile::remove(QString::fromStdString(Path("test.kvf")));
+        QFile::copy(KURVALUX_TEST_DATA_DIR "/app/test.kvf",
+                    QString::fromStdString(Path("test.kvf")));
+    }
+}
+
+TEST_F(WindowTest, LoadFieldOffersTheFieldFilesAndOpensTheChosenOne) {
+    window_->MarkModified();
+    boxes_.QueueAnswer(MessageAnswer::No);
+    file_answers_.push_back(Path("test.kvf"));
+    ASSERT_TRUE(window_->Dispatch(kCmdLoadField));
+    ASSERT_EQ(file_requests_.size(), 1u);
+    EXPECT_EQ(file_requests_[0].request, FileRequest::kOpenField);
+    EXPECT_EQ(window_->Path(), Path("test.kvf"));
+    EXPECT_EQ(window_->GetField().objects.size(), 2u);
+    // The field heads the recently used files, in the settings and in the "Field" menu.
+    ASSERT_FALSE(window_->GetSettings().recent_files.empty());
+    EXPECT_EQ(window_->GetSettings().recent_files[0], Path("test.kvf"));
+    QList<QAction*> items = window_->FieldMenu()->actions();
+    ASSERT_GE(items.size(), 3);
+    EXPECT_EQ(items[0]->text().toStdString(), Path("test.kvf"));
+    EXPECT_EQ(items[0]->data().toInt(), 60000);
+    EXPECT_TRUE(items[1]->isSeparator());
+    EXPECT_EQ(items[2]->text().toStdString(), "New Field");
+}
+
+TEST_F(WindowTest, SaveAsProposesAFieldFileInsteadOfAnOlderXmlOne) {
+    ASSERT_TRUE(OpenTestField());
+    file_answers_.push_back(Path("copy"));
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveFieldAs));
+    ASSERT_EQ(file_requests_.size(), 1u);
+    EXPECT_EQ(file_requests_[0].request, FileRequest::kSaveField);
+    EXPECT_EQ(file_requests_[0].suggested, Path("test.kvf"));
+    // A name without extension gets ".kvf".
+    EXPECT_EQ(window_->Path(), Path("copy.kvf"));
+    EXPECT_TRUE(QFile::exists(QString::fromStdString(Path("copy.kvf"))));
+}
+
+TEST_F(WindowTest, ClosingAsksAndOnlyYesCloses) {
+    ASSERT_TRUE(OpenTestField());
+    window_->show();
+    struct Case {
+        bool modified;
+        MessageAnswer answer;
+        bool closes;
+        size_t lines;
+    } cases[] = {{true, MessageAnswer::No, false, 2},
+                 {false, MessageAnswer::No, false, 1},
+                 {true, MessageAnswer::Yes, true, 2}};
+    for (const Case& c : cases) {
+        window_->SetModified(c.modified);
+        window_->show();
+        boxes_.Clear();
+        boxes_.QueueAnswer(c.answer);
+        EXPECT_EQ(window_->close(), c.closes);
+        ASSERT_EQ(Boxes().size(), 1u);
+        EXPECT_EQ(Boxes()[0].title, "Closing of the KURVALUS window");
+        EXPECT_EQ(Boxes()[0].lines, CloseQuestion(c.modified));
+        EXPECT_EQ(Boxes()[0].lines.size(), c.lines);
+        EXPECT_EQ(window_->isVisible(), !c.closes);
+    }
+}
+
+TEST_F(WindowTest, WebCommandsAreRefusedWithoutASession) {
+    ASSERT_TRUE(OpenTestField());
+    for (int command : {kCmdWebPublish, kCmdWebUnpublish, kCmdWebSynchronizeObject,
+                        kCmdWebSynchronizeField, kCmdWebChangePassword, kCmdWebAddObjects}) {
+        boxes_.Clear();
+        EXPECT_TRUE(window_->Dispatch(command));
+        ASSERT_EQ(Boxes().size(), 1u) << command;
+        EXPECT_EQ(Boxes()[0].title, "Web Repository Offline");
+        EXPECT_EQ(Boxes()[0].lines,
+                  (std::vector<std::string>{"Login to some web repository prior",
+                                            "to manipulation with shared objects."}));
+    }
+    // Commands of later parts do nothing at all; unknown numbers neither.
+    boxes_.Clear();
+    EXPECT_FALSE(window_->Dispatch(kCmdExportCsv));
+    EXPECT_FALSE(window_->Dispatch(4711));
+    EXPECT_TRUE(Boxes().empty());
+    EXPECT_FALSE(window_->Modified());
+}
+
+TEST_F(WindowTest, FieldStatisticsBoxes) {
+    ASSERT_TRUE(OpenTestField());
+    // Two nights of 121 points 0.12 d long: 0.24 d of observing is 5.76 h, shown as 6.
+    const std::vector<std::string> expected = {"Field contains:", "2 objects",  "2 series",
+                                               "0 minima",        "242 points", "2 nights",
+                                               "6 obs. hours"};
+    for (int command : {kCmdStatisticsAll, kCmdStatisticsShort}) {
+        boxes_.Clear();
+        ASSERT_TRUE(window_->Dispatch(command));
+        ASSERT_EQ(Boxes().size(), 1u);
+        EXPECT_EQ(Boxes()[0].title, "Statistics of Field");
+        EXPECT_EQ(Boxes()[0].lines, expected);
+    }
+}
+
+TEST_F(WindowTest, ObjectsAreAddedRenamedSortedAndRemoved) {
+    ASSERT_TRUE(OpenTestField());
+    auto name_script = [](const char* name) {
+        return [name](QDialog& dialog) {
+            static_cast<CFormDialog&>(dialog).SetBoxText("Object name:", name);
+            static_cast<CFormDialog&>(dialog).SetBoxText("Photometry folder:", "");
+            return static_cast<int>(QDialog::Accepted);
+        };
+    };
+    // An empty name is refused and the dialog comes again; Cancel ends the command.
+    scripts_.push_back(name_script("  "));
+    ASSERT_TRUE(window_->Dispatch(kCmdAddObject));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Add Object: The object needs a name."}));
+    EXPECT_EQ(window_->GetField().objects.size(), 2u);
+    EXPECT_FALSE(window_->Modified());
+
+    scripts_.push_back(name_script("Alpha Star"));
+    ASSERT_TRUE(window_->Dispatch(kCmdAddObject));
+    ASSERT_EQ(window_->GetField().objects.size(), 3u);
+    EXPECT_EQ(window_->GetField().objects[2]->name, "Alpha Star");
+    EXPECT_EQ(window_->Pane()->CurrentObjectIndex(), 2);
+    EXPECT_TRUE(window_->Modified());
+
+    window_->Pane()->SelectObject(1);
+    scripts_.push_back(name_script("Beta Star"));
+    ASSERT_TRUE(window_->Dispatch(kCmdInsertObject));
+    EXPECT_EQ(window_->GetField().objects[1]->name, "Beta Star");
+    EXPECT_EQ(window_->GetField().objects[2]->name, "Empty Star");
+
+    scripts_.push_back(name_script("Zeta Star"));
+    ASSERT_TRUE(window_->Dispatch(kCmdRenameObject));
+    EXPECT_EQ(window_->GetField().objects[1]->name, "Zeta Star");
+
+    ASSERT_TRUE(window_->Dispatch(kCmdSortByName));
+    std::vector<std::string> names;
+    for (const auto& o : window_->GetField().objects) names.push_back(o->name);
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"Alpha Star", "Empty Star", "Test Binary", "Zeta Star"}));
+    // The renamed object stays selected after the sort.
+    EXPECT_EQ(window_->Pane()->CurrentObjectIndex(), 3);
+
+    boxes_.Clear();
+    boxes_.QueueAnswer(MessageAnswer::No);
+    ASSERT_TRUE(window_->Dispatch(kCmdRemoveObject));
+    EXPECT_EQ(window_->GetField().objects.size(), 4u);
+    boxes_.QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(window_->Dispatch(kCmdRemoveObject));
+    EXPECT_EQ(window_->GetField().objects.size(), 3u);
+    EXPECT_EQ(BoxTexts()[0],
+              "Remove Object: Do you want to remove the object | Zeta Star from the field?");
+}
+
+TEST_F(WindowTest, CheckItemsToggleTheirSettings) {
+    struct Case {
+        int command;
+        bool kurvalux_data::Settings::*setting;
+        const char* key;
+    } cases[] = {
+        {kCmdAutoAcceptM0Period, &kurvalux_data::Settings::auto_accept_m0_period,
+         "AutoAcceptM0Period"},
+        {kCmdShowMinima, &kurvalux_data::Settings::show_minima, "ShowMinima"},
+        {kCmdShowDeviation, &kurvalux_data::Settings::show_dev, "ShowDev"},
+        {kCmdShowNowLine, &kurvalux_data::Settings::show_now, "ShowNow"},
+        {kCmdShowTimeLine, &kurvalux_data::Settings::show_time, "ShowTime"},
+    };
+    for (const Case& c : cases) {
+        bool before = window_->GetSettings().*c.setting;
+        ASSERT_TRUE(window_->Dispatch(c.command));
+        EXPECT_EQ(window_->GetSettings().*c.setting, !before) << c.key;
+        EXPECT_EQ(window_->Action(c.command)->isChecked(), !before) << c.key;
+        // Written at once to the settings file.
+        kurvalux_data::Settings stored;
+        ASSERT_TRUE(kurvalux_data::LoadSettings(Path("kurvalux.ini"), stored));
+        EXPECT_EQ(stored.*c.setting, !before) << c.key;
+    }
+}
+
+TEST_F(WindowTest, MinimaCommandsWorkOnTheSelectedMinimum) {
+    ASSERT_TRUE(OpenTestField());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    object.series[0]->minima = {{kurvalux_data::kMinimumPrimary, 2459000.5, 0.0001, true},
+                                {kurvalux_data::kMinimumSecondary, 2459000.87, 0.0002, true}};
+    window_->Pane()->RefreshObject();
+    // Without a minimum chosen in the tree both commands say so.
+    for (int command : {kCmdMinimumParameters, kCmdRemoveMinimum}) {
+        boxes_.Clear();
+        ASSERT_TRUE(window_->Dispatch(command));
+        ASSERT_EQ(Boxes().size(), 1u);
+        EXPECT_EQ(Boxes()[0].lines,
+                  (std::vector<std::string>{"Select a minimum in the series tree first"}));
+    }
+    window_->Pane()->SelectMinimum(0, 1);
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        EXPECT_EQ(form.ChoiceText("Type:").toStdString(), "Secondary");
+        EXPECT_EQ(form.Text("Time:"), "2459000.870000");
+        form.SetChoice("Type:", 0);
+        form.SetBoxText("Time:", "2459000.25");
+        form.SetChecked("Use minimum", false);
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdMinimumParameters));
+    // Edited and moved to its place in time order.
+    ASSERT_EQ(object.series[0]->minima.size(), 2u);
+    EXPECT_EQ(object.series[0]->minima[0],
+              (kurvalux_data::CMinimaListElem{kurvalux_data::kMinimumUndefined, 2459000.25, 0.0002,
+                                              false}));
+    EXPECT_TRUE(window_->Modified());
+
+    ASSERT_TRUE(window_->Dispatch(kCmdSelectAllMinima));
+    EXPECT_TRUE(object.series[0]->minima[0].enabled);
+    ASSERT_TRUE(window_->Dispatch(kCmdDeselectAllMinima));
+    EXPECT_FALSE(object.series[0]->minima[1].enabled);
+
+    window_->Pane()->SelectMinimum(0, 1);
+    boxes_.Clear();
+    boxes_.QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(window_->Dispatch(kCmdRemoveMinimum));
+    EXPECT_EQ(BoxTexts(),
+              (std::vector<std::string>{"Remove minimum: Do you want to remove the minimum | "
+                                        "2459000.500000 of series 1?"}));
+    ASSERT_EQ(object.series[0]->minima.size(), 1u);
+    EXPECT_EQ(object.series[0]->minima[0].time, 2459000.25);
+}
+
+TEST_F(WindowTest, SeriesSelectionByFilter) {
+    ASSERT_TRUE(OpenTestField());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    object.series[1]->meta_data.filter = "R";
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        // The filters of the object's series, in name order.
+        EXPECT_EQ(form.ChoiceText("Filter:").toStdString(), "R");
+        form.SetChoice("Filter:", 1);
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdSelectSeriesByFilter));
+    EXPECT_EQ(dialog_titles_, (std::vector<std::string>{"Select series by filter"}));
+    EXPECT_TRUE(object.series[0]->enabled);   // V
+    EXPECT_FALSE(object.series[1]->enabled);  // R
+    EXPECT_TRUE(window_->Modified());
+}
+
+}  // namespace
+}  // namespace kurvalux_app
