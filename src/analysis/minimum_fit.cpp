@@ -42,15 +42,14 @@ struct ResidualData {
     const double* x;
     const double* y;
     const double* sigma;
-    std::vector<double> model;
 };
 
+// (value - m(x)) / sigma.
 int MinimumResiduals(int m, int, const double* p, double* residuals, double**, void* data) {
-    ResidualData& d = *static_cast<ResidualData*>(data);
+    const ResidualData& d = *static_cast<const ResidualData*>(data);
     SingleMinimumParameters parameters;
     std::copy(p, p + kSingleMinimumParameterCount, parameters.begin());
-    CSingleMinimumModel(parameters).EvaluateMany(d.x, d.model.data(), size_t(m));
-    for (int i = 0; i < m; ++i) residuals[i] = (d.y[i] - d.model[i]) / d.sigma[i];
+    CSingleMinimumModel(parameters).Residuals(d.x, d.y, d.sigma, residuals, size_t(m));
     return 0;
 }
 
@@ -69,7 +68,7 @@ std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
 int RunFit(const double* x, const double* y, const double* sigma, int m,
            const std::array<FitParameterConstraint, kSingleMinimumParameterCount>& constraints,
            SingleMinimumParameters& parameters, FitResult& result) {
-    ResidualData data{x, y, sigma, std::vector<double>(size_t(m))};
+    ResidualData data{x, y, sigma};
     result = FitResult();
     return LeastSquaresFit(MinimumResiduals, m, int(parameters.size()), parameters.data(),
                            constraints.data(), nullptr, &data, &result);

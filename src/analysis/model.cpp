@@ -12,21 +12,41 @@ namespace kurvalux_analysis {
 
 namespace detail {
 namespace {
-bool ProcessorHasVectorKernel() {
+size_t ProcessorWidth() {
 #if defined(__x86_64__)
-    return __builtin_cpu_supports("avx2");
-#else
-    return false;
+    if (__builtin_cpu_supports("avx512f") && Avx512Kernels()) return 8;
+    if (__builtin_cpu_supports("avx2") && Avx2Kernels()) return 4;
 #endif
+    return 1;
 }
-std::atomic<bool> g_vector_enabled{ProcessorHasVectorKernel()};
+std::atomic<bool> g_vector_enabled{true};
+std::atomic<bool> g_avx512_enabled{true};
 }  // namespace
 
+size_t VectorWidth() {
+    static const size_t width = ProcessorWidth();
+    if (!g_vector_enabled.load(std::memory_order_relaxed)) return 1;
+    if (width == 8 && !g_avx512_enabled.load(std::memory_order_relaxed)) return 4;
+    return width;
+}
 bool VectorKernelAvailable() {
-    return g_vector_enabled.load(std::memory_order_relaxed);
+    return VectorWidth() > 1;
 }
 void SetVectorKernelEnabled(bool enabled) {
-    g_vector_enabled.store(enabled && ProcessorHasVectorKernel(), std::memory_order_relaxed);
+    g_vector_enabled.store(enabled, std::memory_order_relaxed);
+}
+void SetAvx512Enabled(bool enabled) {
+    g_avx512_enabled.store(enabled, std::memory_order_relaxed);
+}
+const KernelSet* ActiveKernels() {
+    switch (VectorWidth()) {
+        case 8:
+            return Avx512Kernels();
+        case 4:
+            return Avx2Kernels();
+        default:
+            return nullptr;
+    }
 }
 }  // namespace detail
 
@@ -86,12 +106,21 @@ double CLightCurveModel::Reference(double phase) const {
 }
 
 void CLightCurveModel::EvaluateMany(const double* phases, double* values, size_t n) const {
-    size_t done = 0;
-    if (detail::VectorKernelAvailable()) {
-        done = n & ~size_t(3);
-        detail::LightCurveAvx2(c_, phases, values, done);
-    }
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done = kernels ? kernels->light_curve(c_, phases, values, n) : 0;
     for (size_t j = done; j < n; ++j) values[j] = Evaluate(phases[j]);
+}
+
+void CLightCurveModel::Residuals(const double* phases, const double* values, const double* offsets,
+                                 const double* sigmas, double* residuals, size_t n) const {
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done =
+        kernels ? kernels->light_curve_residuals(c_, phases, values, offsets, sigmas, residuals, n)
+                : 0;
+    for (size_t j = done; j < n; ++j) {
+        const double observed = offsets ? values[j] + offsets[j] : values[j];
+        residuals[j] = (observed - Evaluate(phases[j])) / sigmas[j];
+    }
 }
 
 double EvaluateLightCurve(const LightCurveParameters& parameters, double phase) {
@@ -116,12 +145,17 @@ double CSingleMinimumModel::Reference(double x) const {
 }
 
 void CSingleMinimumModel::EvaluateMany(const double* xs, double* values, size_t n) const {
-    size_t done = 0;
-    if (detail::VectorKernelAvailable()) {
-        done = n & ~size_t(3);
-        detail::SingleMinimumAvx2(c_, xs, values, done);
-    }
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done = kernels ? kernels->single_minimum(c_, xs, values, n) : 0;
     for (size_t j = done; j < n; ++j) values[j] = Evaluate(xs[j]);
+}
+
+void CSingleMinimumModel::Residuals(const double* xs, const double* values, const double* sigmas,
+                                    double* residuals, size_t n) const {
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done =
+        kernels ? kernels->single_minimum_residuals(c_, xs, values, sigmas, residuals, n) : 0;
+    for (size_t j = done; j < n; ++j) residuals[j] = (values[j] - Evaluate(xs[j])) / sigmas[j];
 }
 
 namespace {

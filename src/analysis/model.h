@@ -50,8 +50,13 @@ public:
     // (wrapped at 0.5), then the harmonics whose coefficients are not 0 (a pair of zeros costs
     // no sine or cosine).
     double Evaluate(double phase) const;
-    // m at n phases, four at a time where the processor allows; the same bits as Evaluate().
+    // m at n phases, eight or four at a time where the processor allows; the same bits as
+    // Evaluate().
     void EvaluateMany(const double* phases, double* values, size_t n) const;
+    // The weighted residuals of a fit, (value + offset - m(phase)) / sigma, for n points;
+    // `offsets` may be null.
+    void Residuals(const double* phases, const double* values, const double* offsets,
+                   const double* sigmas, double* residuals, size_t n) const;
     double Reference(double phase) const;
 
     const kurvalux_data::LightCurveParameters& Parameters() const { return p_; }
@@ -86,6 +91,9 @@ public:
     explicit CSingleMinimumModel(const SingleMinimumParameters& parameters);
     double Evaluate(double x) const;
     void EvaluateMany(const double* xs, double* values, size_t n) const;
+    // (value - m(x)) / sigma for n points.
+    void Residuals(const double* xs, const double* values, const double* sigmas, double* residuals,
+                   size_t n) const;
     double Reference(double x) const;
     const SingleMinimumParameters& Parameters() const { return p_; }
 

@@ -1,23 +1,40 @@
 #pragma once
-// Vector kernels of the two model functions (AVX2, four points at a time), chosen at run time
-// when the processor supports them. They run the same templates as the scalar path
-// (model_math.h), so both give identical bits. Internal to the analysis folder.
+// Vector kernels of the two model functions, chosen at run time by what the processor offers:
+// AVX-512 (eight points at a time), AVX2 (four), or the scalar path. All run the same templates
+// (model_math.h, model_kernel_loops.h), so every path gives identical bits. Internal to the
+// analysis folder.
 #include <cstddef>
 
 #include "analysis/model_math.h"
 
 namespace kurvalux_analysis::detail {
 
-// True when the AVX2 kernels may run on this processor (and have not been switched off).
+// The widest kernel in use: 8, 4, or 1 for the scalar path.
+size_t VectorWidth();
 bool VectorKernelAvailable();
 // Switches the vector kernels off (false) or back on where available (true); used to compare
-// the two paths. Not meant to be flipped while a fit runs on another thread.
+// the paths. Not meant to be flipped while a fit runs on another thread.
 void SetVectorKernelEnabled(bool enabled);
+// Caps the width at 4 (AVX2) even where AVX-512 is there; false lifts the cap.
+void SetAvx512Enabled(bool enabled);
 
-// n must be a multiple of 4.
-void LightCurveAvx2(const model_math::LightCurveCoefficients& c, const double* phases,
-                    double* values, size_t n);
-void SingleMinimumAvx2(const model_math::SingleMinimumCoefficients& c, const double* xs,
-                       double* values, size_t n);
+// One set of kernels: each handles the largest multiple of its width below n and returns how
+// many points it did.
+struct KernelSet {
+    size_t (*light_curve)(const model_math::LightCurveCoefficients&, const double*, double*,
+                          size_t);
+    size_t (*light_curve_residuals)(const model_math::LightCurveCoefficients&, const double*,
+                                    const double*, const double*, const double*, double*, size_t);
+    size_t (*single_minimum)(const model_math::SingleMinimumCoefficients&, const double*, double*,
+                             size_t);
+    size_t (*single_minimum_residuals)(const model_math::SingleMinimumCoefficients&, const double*,
+                                       const double*, const double*, double*, size_t);
+};
+
+// Null when the build has no such kernel.
+const KernelSet* Avx2Kernels();
+const KernelSet* Avx512Kernels();
+// The kernels to use now, or null for the scalar path.
+const KernelSet* ActiveKernels();
 
 }  // namespace kurvalux_analysis::detail

@@ -4,10 +4,11 @@
 // the vector path. Both paths run the same operations in the same order, so a point gives the
 // same bits whichever path evaluates it, and a fit gives the same parameters on any processor.
 //
-// The algorithms are the classic ones of the freely distributable fdlibm (Sun, 1993): Cody-Waite
-// argument reduction and short minimax polynomials, accurate to about one unit in the last
-// place. There are no table look-ups and no data-dependent branches, which is what makes them
-// vectorise.
+// The algorithms follow the classic ones of the freely distributable fdlibm (Sun, 1993):
+// Cody-Waite argument reduction and short polynomials, accurate to about one unit in the last
+// place (the exponential uses a plain Taylor series on the reduced argument, so that it needs no
+// division). There are no table look-ups and no data-dependent branches, which is what makes
+// them vectorise.
 //
 // A lane type L provides: construction from double, + - * /, the comparisons < > == != giving a
 // mask type, and these functions found by argument-dependent lookup:
@@ -56,29 +57,65 @@ inline constexpr double kInvLn2 = 1.44269504088896338700e+00;
 inline constexpr double kExpOverflow = 7.09782712893383973096e+02;
 inline constexpr double kExpUnderflow = -7.45133219101941108420e+02;
 
-// e^x.
+// e^r and e^-r for |r| <= ln2/2 from one Taylor series of degree 13 split into its even and
+// odd parts, e^(+-r) = E(r^2) +- r O(r^2): no division, and the second exponential nearly free.
 template <class L>
-inline L Exp(L x) {
-    const L k = RoundEven(x * L(kInvLn2));
-    const L hi = x - k * L(kLn2Hi);
-    const L lo = k * L(kLn2Lo);
-    const L r = hi - lo;
-    const L t = r * r;
-    const L c =
-        r -
-        t * (L(1.66666666666666019037e-01) +
-             t * (L(-2.77777777770155933842e-03) +
-                  t * (L(6.61375632143793436117e-05) +
-                       t * (L(-1.65339022054652515390e-06) + t * L(4.13813679705723846039e-08)))));
-    const L y = L(1.0) - ((lo - (r * c) / (L(2.0) - c)) - hi);
-    // 2^k in two factors, so that results near overflow and in the subnormal range need no
-    // special path: each factor stays a normal number.
+inline void ExpKernel(L r, L& plus, L& minus) {
+    const L z = r * r;
+    const L even =
+        L(1.0) +
+        z * (L(1.0 / 2) +
+             z * (L(1.0 / 24) +
+                  z * (L(1.0 / 720) +
+                       z * (L(1.0 / 40320) + z * (L(1.0 / 3628800) + z * L(1.0 / 479001600))))));
+    const L odd =
+        L(1.0) +
+        z * (L(1.0 / 6) +
+             z * (L(1.0 / 120) +
+                  z * (L(1.0 / 5040) + z * (L(1.0 / 362880) +
+                                            z * (L(1.0 / 39916800) + z * L(1.0 / 6227020800.0))))));
+    plus = even + r * odd;
+    minus = even - r * odd;
+}
+
+// Reduction x = k ln2 + r, |r| <= ln2/2, with ln2 in two parts (k ln2Hi is exact).
+template <class L>
+inline L ReduceLn2(L x, L& k) {
+    k = RoundEven(x * L(kInvLn2));
+    return (x - k * L(kLn2Hi)) - k * L(kLn2Lo);
+}
+
+// 2^k times y in two factors, so that results near overflow and in the subnormal range need no
+// special path: each factor stays a normal number. Then the out-of-range and NaN cases.
+template <class L>
+inline L ScaleExp(L x, L k, L y) {
     const L k1 = Floor(k * L(0.5));
     const L k2 = k - k1;
     L result = (y * ScaleByPowerOfTwo(k1)) * ScaleByPowerOfTwo(k2);
     result = Select(x > L(kExpOverflow), L(__builtin_inf()), result);
     result = Select(x < L(kExpUnderflow), L(0.0), result);
     return Select(x != x, x, result);
+}
+
+// e^x.
+template <class L>
+inline L Exp(L x) {
+    L k;
+    const L r = ReduceLn2(x, k);
+    L plus, minus;
+    ExpKernel(r, plus, minus);
+    return ScaleExp(x, k, plus);
+}
+
+// e^x and e^-x together (for cosh).
+template <class L>
+inline void ExpPair(L x, L& plus, L& minus) {
+    L k;
+    const L r = ReduceLn2(x, k);
+    L p, m;
+    ExpKernel(r, p, m);
+    plus = ScaleExp(x, k, p);
+    minus = ScaleExp(L(0.0) - x, L(0.0) - k, m);
 }
 
 // Natural logarithm: log 0 = -inf, log of a negative number = NaN, log inf = inf.
@@ -153,12 +190,13 @@ inline void SinCos(L a, L& sine, L& cosine) {
 }
 
 // The eclipse profile a (1 + k x^2) (1 - (1 - e^(1 - cosh(i x)))^g), with cosh from one
-// exponential: cosh y = (e^|y| + 1/e^|y|) / 2.
+// exponential pair: cosh y = (e^|y| + e^-|y|) / 2.
 template <class L>
 inline L EclipseProfile(L x, L amplitude, L inverse_width, double shape, L shape_lane,
                         L correction) {
-    const L e = Exp(Abs(inverse_width * x));
-    const L cosh = L(0.5) * (e + L(1.0) / e);
+    L e, e_minus;
+    ExpPair(Abs(inverse_width * x), e, e_minus);
+    const L cosh = L(0.5) * (e + e_minus);
     const L base = L(1.0) - Exp(L(1.0) - cosh);
     const L power = PowProfile(base, shape, shape_lane);
     const L bend = L(1.0) + (correction * x) * x;

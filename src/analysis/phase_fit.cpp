@@ -17,16 +17,17 @@ const std::array<double, lc::kLightCurveParameterCount> kLightCurveUpper = {
 namespace {
 
 struct PhaseData {
-    std::vector<double> phase, value, offset, sigma, model;
+    std::vector<double> phase, value, offset, sigma;
 };
 
 int PhaseResiduals(int m, int, const double* p, double* residuals, double**, void* private_data) {
-    PhaseData& d = *static_cast<PhaseData*>(private_data);
+    const PhaseData& d = *static_cast<const PhaseData*>(private_data);
     lc::LightCurveParameters parameters;
     std::copy(p, p + lc::kLightCurveParameterCount, parameters.begin());
     // The derived quantities are recomputed from every trial vector.
-    CLightCurveModel(parameters).EvaluateMany(d.phase.data(), d.model.data(), size_t(m));
-    for (int i = 0; i < m; ++i) residuals[i] = (d.value[i] + d.offset[i] - d.model[i]) / d.sigma[i];
+    CLightCurveModel(parameters)
+        .Residuals(d.phase.data(), d.value.data(), d.offset.data(), d.sigma.data(), residuals,
+                   size_t(m));
     return 0;
 }
 
@@ -57,7 +58,6 @@ PhaseFitResult FitPhaseCurve(const PhaseFitOptions& options) {
     data.value.resize(m);
     data.offset.resize(m);
     data.sigma.resize(m);
-    data.model.resize(m);
     for (int i = 0; i < m; ++i) {
         const PhasedPoint& point = options.points[i];
         data.phase[i] = point.phase < 0 ? point.phase + 1.0 : point.phase;

@@ -46,10 +46,10 @@ class ProfileTable : public testing::TestWithParam<ProfileCase> {};
 TEST_P(ProfileTable, MatchesClosedForm) {
     const ProfileCase& t = GetParam();
     const CLightCurveModel model(PrimaryOnly(t.a, t.d, t.g, t.c));
-    EXPECT_NEAR(model.Evaluate(t.phase), t.expected, 4e-16 * std::fabs(t.expected) + 1e-300)
-        << t.name;
-    EXPECT_NEAR(model.Reference(t.phase), t.expected, 4e-16 * std::fabs(t.expected) + 1e-300)
-        << t.name;
+    // A few units in the last place, plus what the rounding of the phase itself carries.
+    const double tolerance = 8e-16 * std::fabs(t.expected) + 1e-300;
+    EXPECT_NEAR(model.Evaluate(t.phase), t.expected, tolerance) << t.name;
+    EXPECT_NEAR(model.Reference(t.phase), t.expected, tolerance) << t.name;
 }
 
 const double kAsinh1 = 0.88137358701954302;  // asinh(1)
@@ -169,16 +169,62 @@ TEST(ModelPaths, VectorScalarAndReferenceAgree) {
     }
 }
 
-TEST(ModelPaths, ScalarFallbackGivesTheSameBits) {
-    std::vector<double> phases = {0.01, 0.2, 0.45, 0.5, 0.51, 0.9, 0.99, -0.1};
+// Every kernel width the processor offers (AVX-512, AVX2, scalar) gives the same values and
+// residuals, bit for bit, for any number of points (pairs of vectors, one vector, scalar tail).
+TEST(ModelPaths, EveryKernelWidthGivesTheSameBits) {
+    namespace detail = kurvalux_analysis::detail;
+    std::vector<double> phases, values, offsets, sigmas;
+    for (int i = 0; i < 37; ++i) {
+        phases.push_back(-0.1 + i * 0.031);
+        values.push_back(11.0 + 0.01 * i);
+        offsets.push_back(0.002 * i);
+        sigmas.push_back(0.01 + 0.001 * i);
+    }
     const CLightCurveModel model(
-        {11.0, 0.45, 0.7, 0.05, 1.5, 0.0, 0.2, 0.08, 0.9, 0.0, 0.01, 0.02, 0.0, 0.0, -0.003, 0.0});
-    std::vector<double> fast(phases.size()), slow(phases.size());
-    model.EvaluateMany(phases.data(), fast.data(), phases.size());
-    kurvalux_analysis::detail::SetVectorKernelEnabled(false);
-    model.EvaluateMany(phases.data(), slow.data(), phases.size());
-    kurvalux_analysis::detail::SetVectorKernelEnabled(true);
-    EXPECT_EQ(fast, slow);
+        {11.0, 0.45, 0.7, 0.05, 1.5, 0.3, 0.2, 0.08, 0.9, -0.1, 0.01, 0.02, 0.0, 0.0, -0.003, 0.0});
+    const CSingleMinimumModel single({10.0, 0.52, 0.1, 0.8, 0.08, 1.2, 0.3});
+    struct Outputs {
+        std::vector<double> lc, lc_residuals, lc_residuals_no_offset, min, min_residuals;
+    };
+    auto run = [&](size_t n) {
+        Outputs o;
+        o.lc.resize(n);
+        o.lc_residuals.resize(n);
+        o.lc_residuals_no_offset.resize(n);
+        o.min.resize(n);
+        o.min_residuals.resize(n);
+        model.EvaluateMany(phases.data(), o.lc.data(), n);
+        model.Residuals(phases.data(), values.data(), offsets.data(), sigmas.data(),
+                        o.lc_residuals.data(), n);
+        model.Residuals(phases.data(), values.data(), nullptr, sigmas.data(),
+                        o.lc_residuals_no_offset.data(), n);
+        single.EvaluateMany(phases.data(), o.min.data(), n);
+        single.Residuals(phases.data(), values.data(), sigmas.data(), o.min_residuals.data(), n);
+        return o;
+    };
+    for (size_t n : {size_t(37), size_t(16), size_t(9), size_t(3), size_t(0)}) {
+        detail::SetVectorKernelEnabled(false);
+        const Outputs scalar = run(n);
+        detail::SetVectorKernelEnabled(true);
+        detail::SetAvx512Enabled(false);
+        const Outputs four = run(n);
+        detail::SetAvx512Enabled(true);
+        const Outputs widest = run(n);
+        for (const Outputs* o : {&four, &widest}) {
+            EXPECT_EQ(o->lc, scalar.lc) << n;
+            EXPECT_EQ(o->lc_residuals, scalar.lc_residuals) << n;
+            EXPECT_EQ(o->lc_residuals_no_offset, scalar.lc_residuals_no_offset) << n;
+            EXPECT_EQ(o->min, scalar.min) << n;
+            EXPECT_EQ(o->min_residuals, scalar.min_residuals) << n;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            EXPECT_EQ(scalar.lc[i], model.Evaluate(phases[i]));
+            EXPECT_EQ(scalar.lc_residuals[i],
+                      (values[i] + offsets[i] - model.Evaluate(phases[i])) / sigmas[i]);
+            EXPECT_EQ(scalar.min_residuals[i],
+                      (values[i] - single.Evaluate(phases[i])) / sigmas[i]);
+        }
+    }
 }
 
 TEST(ModelMath, ElementaryFunctionsAtSpecialArguments) {
@@ -207,15 +253,15 @@ TEST(ModelMath, ElementaryFunctionsWithinTwoUnitsInTheLastPlace) {
         decade(-300.0, 300.0);
     for (int i = 0; i < 100000; ++i) {
         const double a = exp_arg(random);
-        EXPECT_LE(std::fabs(mm::Exp(a) - std::exp(a)), 2.3e-16 * std::exp(a)) << a;
+        EXPECT_LE(std::fabs(mm::Exp(a) - std::exp(a)), 4.45e-16 * std::exp(a)) << a;
         const double b = std::pow(10.0, decade(random));
-        EXPECT_LE(std::fabs(mm::Log(b) - std::log(b)), 2.3e-16 * std::fabs(std::log(b)) + 1e-300)
+        EXPECT_LE(std::fabs(mm::Log(b) - std::log(b)), 4.45e-16 * std::fabs(std::log(b)) + 1e-300)
             << b;
         const double t = angle(random);
         double s, c;
         mm::SinCos(t, s, c);
-        EXPECT_LE(std::fabs(s - std::sin(t)), 2.3e-16) << t;
-        EXPECT_LE(std::fabs(c - std::cos(t)), 2.3e-16) << t;
+        EXPECT_LE(std::fabs(s - std::sin(t)), 4.45e-16) << t;
+        EXPECT_LE(std::fabs(c - std::cos(t)), 4.45e-16) << t;
     }
 }
 

@@ -1,0 +1,151 @@
+#pragma once
+// The loops of the model kernels over n points, written once for any lane type. A kernel file
+// specialises LaneIo<L> with Width, Load and Store for its lane and instantiates these.
+#include <cstddef>
+
+#include "analysis/model_math.h"
+
+namespace kurvalux_analysis::model_math {
+
+template <class L>
+struct LaneIo;
+
+// Two lanes side by side: every operation is issued for both halves in turn, so that the long
+// dependency chains of the elementary functions of two vectors interleave and the processor
+// can overlap them.
+template <class L>
+struct Pair {
+    L a, b;
+    Pair() = default;
+    Pair(double d) : a(d), b(d) {}  // broadcast, as the templates expect
+    Pair(L x, L y) : a(x), b(y) {}
+};
+template <class M>
+struct PairMask {
+    M a, b;
+};
+
+template <class L>
+inline Pair<L> operator+(Pair<L> x, Pair<L> y) {
+    return {x.a + y.a, x.b + y.b};
+}
+template <class L>
+inline Pair<L> operator-(Pair<L> x, Pair<L> y) {
+    return {x.a - y.a, x.b - y.b};
+}
+template <class L>
+inline Pair<L> operator*(Pair<L> x, Pair<L> y) {
+    return {x.a * y.a, x.b * y.b};
+}
+template <class L>
+inline Pair<L> operator/(Pair<L> x, Pair<L> y) {
+    return {x.a / y.a, x.b / y.b};
+}
+template <class L>
+inline auto operator<(Pair<L> x, Pair<L> y) {
+    return PairMask<decltype(x.a < y.a)>{x.a < y.a, x.b < y.b};
+}
+template <class L>
+inline auto operator>(Pair<L> x, Pair<L> y) {
+    return PairMask<decltype(x.a > y.a)>{x.a > y.a, x.b > y.b};
+}
+template <class L>
+inline auto operator==(Pair<L> x, Pair<L> y) {
+    return PairMask<decltype(x.a == y.a)>{x.a == y.a, x.b == y.b};
+}
+template <class L>
+inline auto operator!=(Pair<L> x, Pair<L> y) {
+    return PairMask<decltype(x.a != y.a)>{x.a != y.a, x.b != y.b};
+}
+template <class L, class M>
+inline Pair<L> Select(PairMask<M> m, Pair<L> x, Pair<L> y) {
+    return {Select(m.a, x.a, y.a), Select(m.b, x.b, y.b)};
+}
+template <class L>
+inline Pair<L> Floor(Pair<L> x) {
+    return {Floor(x.a), Floor(x.b)};
+}
+template <class L>
+inline Pair<L> RoundEven(Pair<L> x) {
+    return {RoundEven(x.a), RoundEven(x.b)};
+}
+template <class L>
+inline Pair<L> Abs(Pair<L> x) {
+    return {Abs(x.a), Abs(x.b)};
+}
+template <class L>
+inline Pair<L> ScaleByPowerOfTwo(Pair<L> x) {
+    return {ScaleByPowerOfTwo(x.a), ScaleByPowerOfTwo(x.b)};
+}
+template <class L>
+inline Pair<L> ExponentField(Pair<L> x) {
+    return {ExponentField(x.a), ExponentField(x.b)};
+}
+template <class L>
+inline Pair<L> MantissaOne(Pair<L> x) {
+    return {MantissaOne(x.a), MantissaOne(x.b)};
+}
+
+template <class L>
+struct LaneIo<Pair<L>> {
+    static constexpr size_t kWidth = 2 * LaneIo<L>::kWidth;
+    static Pair<L> Load(const double* p) {
+        return {LaneIo<L>::Load(p), LaneIo<L>::Load(p + LaneIo<L>::kWidth)};
+    }
+    static void Store(double* p, Pair<L> v) {
+        LaneIo<L>::Store(p, v.a);
+        LaneIo<L>::Store(p + LaneIo<L>::kWidth, v.b);
+    }
+};
+
+template <class L>
+void LightCurveLoop(const LightCurveCoefficients& c, const double* phases, double* values,
+                    size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth)
+        Io::Store(values + j, LightCurveValue(c, Io::Load(phases + j)));
+}
+
+// (value + offset - m(phase)) / sigma; offsets may be null (no offsets).
+template <class L>
+void LightCurveResidualLoop(const LightCurveCoefficients& c, const double* phases,
+                            const double* values, const double* offsets, const double* sigmas,
+                            double* residuals, size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        const L model = LightCurveValue(c, Io::Load(phases + j));
+        L observed = Io::Load(values + j);
+        if (offsets) observed = observed + Io::Load(offsets + j);
+        Io::Store(residuals + j, (observed - model) / Io::Load(sigmas + j));
+    }
+}
+
+template <class L>
+void SingleMinimumLoop(const SingleMinimumCoefficients& c, const double* xs, double* values,
+                       size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth)
+        Io::Store(values + j, SingleMinimumValue(c, Io::Load(xs + j)));
+}
+
+// (value - m(x)) / sigma.
+template <class L>
+void SingleMinimumResidualLoop(const SingleMinimumCoefficients& c, const double* xs,
+                               const double* values, const double* sigmas, double* residuals,
+                               size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        const L model = SingleMinimumValue(c, Io::Load(xs + j));
+        Io::Store(residuals + j, (Io::Load(values + j) - model) / Io::Load(sigmas + j));
+    }
+}
+
+// The scalar lane.
+template <>
+struct LaneIo<double> {
+    static constexpr size_t kWidth = 1;
+    static double Load(const double* p) { return *p; }
+    static void Store(double* p, double v) { *p = v; }
+};
+
+}  // namespace kurvalux_analysis::model_math
