@@ -117,7 +117,8 @@ int main(int argc, char** argv) {
     std::printf("generated field: %d objects x %d series x %d points, %.1f MB of photometry\n",
                 kObjects, kSeries, kPoints, field.total_bytes / 1e6);
     benchmark::RegisterBenchmark("PhotometryReader/one_core", BM_PhotometryReaderOneCore)
-        ->Unit(benchmark::kMillisecond);
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
     benchmark::RegisterBenchmark("FieldLoad/parallel", BM_FieldLoadParallel)
         ->Unit(benchmark::kMillisecond)
         ->UseRealTime()

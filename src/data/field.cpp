@@ -69,8 +69,21 @@ int CWebSeriesLocalDataTreeElem::Compare(const CWebSeriesLocalDataTreeElem& othe
     return file_time > other.file_time ? 1 : (file_time == other.file_time ? 0 : -1);
 }
 
+void ConvertToHeliocentric(CSeriesTreeElem& series, double ra, double dec, size_t first,
+                           size_t last) {
+    const StarDirection star(ra, dec);
+    for (size_t i = first; i < last && i < series.times.size(); ++i)
+        series.times[i] = HeliocentricJD(series.times[i], star);
+}
+
 bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const std::string& path,
                                 std::vector<std::string>& message) {
+    return AddSeries(std::move(added), path, message, nullptr);
+}
+
+bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const std::string& path,
+                                std::vector<std::string>& message, DeferredConversion* deferred) {
+    if (deferred) *deferred = {};
     message.clear();
     auto position = std::lower_bound(series.begin(), series.end(), added.get(),
                                      [](const std::unique_ptr<CSeriesTreeElem>& a,
@@ -94,8 +107,14 @@ bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const st
     double ra = kUnknownRa, dec = kUnknownDec;
     if ((jd_type == kJdUnknown || (jd_type == kJdGeocentric && added->Count() > 0)) &&
         Coordinates(ra, dec)) {
-        const StarDirection star(ra, dec);
-        for (double& t : added->times) t = HeliocentricJD(t, star);
+        const size_t n = added->times.size();
+        if (deferred && n > 2) {
+            ConvertToHeliocentric(*added, ra, dec, 0, 1);
+            ConvertToHeliocentric(*added, ra, dec, n - 1, n);
+            *deferred = {added.get(), ra, dec};
+        } else {
+            ConvertToHeliocentric(*added, ra, dec, 0, n);
+        }
         added->hjd_converted = true;
     }
     // The conversion moves the first time by up to ~8 minutes: find the place again.
@@ -105,6 +124,7 @@ bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const st
     if (position != series.end() && (*position)->Compare(*added) == 0) {
         message = {"Duplicate series data file (same first point time):", path,
                    "Series removed from the field"};
+        if (deferred) *deferred = {};
         return false;
     }
     series.insert(position, std::move(added));

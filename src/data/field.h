@@ -169,6 +169,10 @@ struct CPathListElem {
     std::string path;
 };
 
+// Converts the times [first, last) of a series from geocentric to heliocentric JD.
+void ConvertToHeliocentric(CSeriesTreeElem& series, double ra, double dec, size_t first,
+                           size_t last);
+
 class CObjectListElem {
 public:
     CObjectListElem() = default;
@@ -223,6 +227,15 @@ public:
     // object's coordinates are known.
     bool AddSeries(std::unique_ptr<CSeriesTreeElem> series, const std::string& path,
                    std::vector<std::string>& message);
+    // The same, but a heliocentric conversion it decides on converts only the first and the
+    // last time at once (they order the series and measure its span) and leaves the rest to
+    // the caller, which can spread it over threads: `deferred` names the series and the star.
+    struct DeferredConversion {
+        CSeriesTreeElem* series = nullptr;
+        double ra = 0, dec = 0;
+    };
+    bool AddSeries(std::unique_ptr<CSeriesTreeElem> series, const std::string& path,
+                   std::vector<std::string>& message, DeferredConversion* deferred);
     // Inserts a web-series local-data entry; refuses one with the same user id and file time.
     bool AddWebSeriesLocalData(std::unique_ptr<CWebSeriesLocalDataTreeElem> entry);
 

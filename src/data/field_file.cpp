@@ -200,6 +200,29 @@ void LoadPendingSeries(std::vector<PendingSeries>& pending, const PathBases& bas
     for (unsigned i = 0; i < threads; ++i) workers.emplace_back(work);
 }
 
+// The heliocentric conversion of the series' inner points, each series converted by one
+// thread; every time depends only on itself, so the result is that of a sequential load.
+void ConvertDeferred(const std::vector<CObjectListElem::DeferredConversion>& conversions,
+                     bool parallel) {
+    std::atomic<size_t> next{0};
+    auto work = [&] {
+        for (size_t i = next++; i < conversions.size(); i = next++) {
+            const auto& c = conversions[i];
+            ConvertToHeliocentric(*c.series, c.ra, c.dec, 1, c.series->times.size() - 1);
+        }
+    };
+    const unsigned threads = parallel
+                                 ? std::min<unsigned>(kurvalux_platform::ProcessorCount(),
+                                                      static_cast<unsigned>(conversions.size()))
+                                 : 1;
+    if (threads <= 1) {
+        work();
+        return;
+    }
+    std::vector<std::jthread> workers;
+    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(work);
+}
+
 }  // namespace
 
 FieldLoadResult LoadField(const std::string& path, Field& field, const FieldLoadOptions& options,
@@ -226,6 +249,7 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
     // The photometry of every series read before any syntax failure, then the series added
     // in file order with their messages, exactly as a sequential load would show them.
     LoadPendingSeries(reader.pending, options.bases, options.parallel);
+    std::vector<CObjectListElem::DeferredConversion> conversions;
     const CObjectListElem* last_object = nullptr;
     int objects_done = 0;
     for (LoadEvent& event : reader.events) {
@@ -246,11 +270,14 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
             continue;
         }
         std::vector<std::string> refusal;
-        if (!p.object->AddSeries(std::move(p.series), p.path, refusal)) {
+        CObjectListElem::DeferredConversion conversion;
+        if (!p.object->AddSeries(std::move(p.series), p.path, refusal, &conversion)) {
             messages.Error("Error", refusal);
             result.series_removed = true;
         }
+        if (conversion.series) conversions.push_back(conversion);
     }
+    ConvertDeferred(conversions, options.parallel);
     if (!syntax_ok) {
         field.Clear();
         messages.Error(kLoadFailedTitle, {"Load data failed", reader.Error()});

@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include "data/heliocentric.h"
 #include "data/kvf_blocks.h"
+
+#include <cmath>
 #include "temp_folder.h"
 
 using namespace kurvalux_data;
@@ -168,7 +171,8 @@ TEST(FieldFile, ParallelAndSequentialLoadsAreIdentical) {
         const int night = i % 5 == 4 ? i - 1 : i;
         folder.Write(name, "# JD: GEOCENTRIC\n" + std::to_string(2459000 + night) +
                                ".5 12.0 0.01\n" + std::to_string(2459000 + night) +
-                               ".6 12.1 0.01\n");
+                               ".6 12.1 0.01\n" + std::to_string(2459000 + night) +
+                               ".7 12.2 0.01\n");
         blocks += SeriesBlock(name);
     }
     const std::string text = Header(
@@ -187,7 +191,16 @@ TEST(FieldFile, ParallelAndSequentialLoadsAreIdentical) {
         CRecordingMessageBoxSink sink;
         ASSERT_TRUE(LoadField(path, field, options, sink).ok);
         EXPECT_EQ(field.objects[0]->SeriesCount(), 32u);
-        EXPECT_TRUE(field.objects[0]->series[0]->hjd_converted);
+        // Every point converted, as the model's own conversion does it point by point.
+        const StarDirection star((6 + 30 / 60.0 + 32.796 / 3600) * M_PI / 12,
+                                 (29 + 40 / 60.0 + 20.28 / 3600) * M_PI / 180);
+        for (const auto& s : field.objects[0]->series) {
+            ASSERT_TRUE(s->hjd_converted);
+            const double night = std::floor(s->times[0]);
+            EXPECT_EQ(s->times[0], HeliocentricJD(night + 0.5, star));
+            EXPECT_EQ(s->times[1], HeliocentricJD(night + 0.6, star));
+            EXPECT_EQ(s->times[2], HeliocentricJD(night + 0.7, star));
+        }
         texts[parallel] = FieldToText(field);
         boxes[parallel] = sink.Records();
     }
