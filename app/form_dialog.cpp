@@ -27,11 +27,15 @@ CFormDialog::CFormDialog(const QString& title, QWidget* parent) : QDialog(parent
 }
 
 QString CFormDialog::RealText(double value, int decimals) {
-    char buffer[64];
-    std::to_chars_result r = decimals >= 0 ? std::to_chars(buffer, buffer + sizeof buffer, value,
-                                                           std::chars_format::fixed, decimals)
-                                           : std::to_chars(buffer, buffer + sizeof buffer, value);
-    return QString::fromLatin1(buffer, static_cast<int>(r.ptr - buffer));
+    if (decimals >= 0) {
+        char buffer[400];
+        std::to_chars_result r = std::to_chars(buffer, buffer + sizeof buffer, value,
+                                               std::chars_format::fixed, decimals);
+        return QString::fromLatin1(buffer, static_cast<int>(r.ptr - buffer));
+    }
+    // Fifteen significant digits: every digit a user typed or a file held, without the
+    // binary noise of the last place.
+    return QString::number(value, 'g', 15);
 }
 
 std::optional<double> CFormDialog::ParseReal(const QString& text) {

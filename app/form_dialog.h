@@ -56,7 +56,7 @@ public:
 
     void accept() override;
 
-    // The text of a real number in a box: shortest round-trip form.
+    // The text of a real number in a box: fixed decimals, or 15 significant digits.
     static QString RealText(double value, int decimals = -1);
     static std::optional<double> ParseReal(const QString& text);
 

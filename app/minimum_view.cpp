@@ -311,7 +311,7 @@ void CMinimumView::EstimateError() {
     }
     if (freeze_->isChecked()) return;
     if (result.has_error)
-        error_->setText(CFormDialog::RealText(result.error));
+        error_->setText(BoxText(result.error));
     else
         error_->clear();
 }
