@@ -16,6 +16,14 @@
 #include "lc/light_curve_pane.h"
 #include "platform/message_box.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+// fontconfig keeps a few blocks of its configuration until the process ends (Qt's font
+// database loads it on the first text drawn); they are not ours to free.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig.so\n";
+}
+#endif
+
 namespace kurvalux_img {
 namespace {
 
