@@ -251,73 +251,76 @@ void FillPhasedFit(CLightCurveFitPane& pane, const CObjectListElem& object,
 
 }  // namespace
 
-Chart MakeChart(const CObjectListElem& object, const ChartRequest& request, std::string& message) {
-    Chart chart;
+bool RefillChart(CLightCurvePane& pane, const CObjectListElem& object, const ChartRequest& request,
+                 std::string& message, double& visible_from, double& visible_to) {
     message.clear();
     static const FilterTable built_in = FilterTable::BuiltIn();
     const FilterTable& filters = request.filters ? *request.filters : built_in;
     if (request.series >= static_cast<int>(object.series.size())) {
         message = "The object has no series " + std::to_string(request.series);
-        return chart;
+        return false;
     }
     if (request.series < 0 && request.view == ChartView::kMinimum) {
         message = "The minimum chart needs a series of the object";
-        return chart;
+        return false;
     }
     bool phased = request.view == ChartView::kPhased || request.view == ChartView::kPhasedFit;
     if (phased && (object.m0 == 0 || object.period == 0)) {
         message = "Cannot draw phased light curve if M0 and/or P is not defined";
-        return chart;
+        return false;
     }
+    auto* fit_pane = dynamic_cast<CLightCurveFitPane*>(&pane);
+    auto* minimum_pane = dynamic_cast<CMinimumFitPane*>(&pane);
+    if ((request.view == ChartView::kPhasedFit && !fit_pane) ||
+        (request.view == ChartView::kMinimum && !minimum_pane)) {
+        message = std::string("The pane cannot show the ") + ChartViewName(request.view) + " chart";
+        return false;
+    }
+    pane.ClearData();
+    pane.ClearYRange();
     bool zoom = request.to > request.from;
+    // An empty range lays out for all the data.
+    visible_from = 0;
+    visible_to = 0;
     switch (request.view) {
-        case ChartView::kTime: {
-            chart.pane = std::make_unique<CLightCurvePane>();
-            Configure(*chart.pane, request, !object.is_flux, TimeCaption(object));
-            FillTime(*chart.pane, object, request, filters);
+        case ChartView::kTime:
+            Configure(pane, request, !object.is_flux, TimeCaption(object));
+            FillTime(pane, object, request, filters);
             if (zoom) {
-                chart.visible_from = request.from;
-                chart.visible_to = request.to;
+                visible_from = request.from;
+                visible_to = request.to;
             }
             break;
-        }
-        case ChartView::kCompressed: {
-            chart.pane = std::make_unique<CLightCurvePane>();
-            Configure(*chart.pane, request, !object.is_flux, "Days");
-            FillCompressed(*chart.pane, object, request, filters);
+        case ChartView::kCompressed:
+            Configure(pane, request, !object.is_flux, "Days");
+            FillCompressed(pane, object, request, filters);
             break;
-        }
-        case ChartView::kPhased: {
-            chart.pane = std::make_unique<CLightCurvePane>();
-            Configure(*chart.pane, request, !object.is_flux, "Phase");
-            FillPhased(*chart.pane, object, request, filters);
-            chart.visible_from = kPhaseFrom;
-            chart.visible_to = kPhaseTo;
+        case ChartView::kPhased:
+            Configure(pane, request, !object.is_flux, "Phase");
+            FillPhased(pane, object, request, filters);
+            visible_from = kPhaseFrom;
+            visible_to = kPhaseTo;
             break;
-        }
-        case ChartView::kPhasedFit: {
-            auto pane = std::make_unique<CLightCurveFitPane>();
-            Configure(*pane, request, true, "Phase");
-            FillPhasedFit(*pane, object, request, filters);
-            chart.pane = std::move(pane);
-            chart.visible_from = kPhaseFrom;
-            chart.visible_to = kPhaseTo;
+        case ChartView::kPhasedFit:
+            Configure(pane, request, true, "Phase");
+            FillPhasedFit(*fit_pane, object, request, filters);
+            visible_from = kPhaseFrom;
+            visible_to = kPhaseTo;
             break;
-        }
         case ChartView::kMinimum: {
             const CSeriesTreeElem& series = *object.series[request.series];
-            auto pane = std::make_unique<CMinimumFitPane>();
-            Configure(*pane, request, true, TimeCaption(object));
+            Configure(pane, request, true, TimeCaption(object));
             double from = zoom ? request.from : series.FirstTime();
             double to = zoom ? request.to : series.LastTime();
-            pane->SetWindow(from, to);
+            minimum_pane->SetWindow(from, to);
+            minimum_pane->ClearModel();
             Colour colour = SeriesColour(object, series, filters);
             kurvalux_analysis::SeriesPoints points =
                 kurvalux_analysis::MagnitudePoints(series, object.is_flux);
             for (size_t i = 0; i < points.Count(); ++i) {
                 if (points.times[i] < from || points.times[i] > to) continue;
-                pane->AddPoint(points.times[i], points.values[i], points.errors[i], colour, false,
-                               CPointSource{request.series, static_cast<int>(i)});
+                pane.AddPoint(points.times[i], points.values[i], points.errors[i], colour, false,
+                              CPointSource{request.series, static_cast<int>(i)});
             }
             for (size_t j = 0; j < series.minima.size(); ++j) {
                 const kurvalux_data::CMinimaListElem& minimum = series.minima[j];
@@ -325,22 +328,38 @@ Chart MakeChart(const CObjectListElem& object, const ChartRequest& request, std:
                 uint32_t kind;
                 Colour marker_colour;
                 MinimumKind(minimum, kind, marker_colour);
-                pane->AddMarker(minimum.time, marker_colour, kind,
-                                CPointSource{request.series, static_cast<int>(j)});
+                pane.AddMarker(minimum.time, marker_colour, kind,
+                               CPointSource{request.series, static_cast<int>(j)});
             }
-            if (request.has_minimum_fit) pane->SetModel(request.minimum_fit, 0.0, 1.0);
-            pane->SetXDataRange(from, to);
-            chart.pane = std::move(pane);
-            chart.visible_from = from;
-            chart.visible_to = to;
+            if (request.has_minimum_fit) minimum_pane->SetModel(request.minimum_fit, 0.0, 1.0);
+            pane.SetXDataRange(from, to);
+            visible_from = from;
+            visible_to = to;
             break;
         }
     }
-    if (chart.pane->Points().empty()) {
+    if (pane.Points().empty()) {
         message = "No points to draw in the " + std::string(ChartViewName(request.view)) + " chart";
-        chart.pane.reset();
-        return chart;
+        return false;
     }
+    return true;
+}
+
+Chart MakeChart(const CObjectListElem& object, const ChartRequest& request, std::string& message) {
+    Chart chart;
+    switch (request.view) {
+        case ChartView::kPhasedFit:
+            chart.pane = std::make_unique<CLightCurveFitPane>();
+            break;
+        case ChartView::kMinimum:
+            chart.pane = std::make_unique<CMinimumFitPane>();
+            break;
+        default:
+            chart.pane = std::make_unique<CLightCurvePane>();
+            break;
+    }
+    if (!RefillChart(*chart.pane, object, request, message, chart.visible_from, chart.visible_to))
+        chart.pane.reset();
     return chart;
 }
 

@@ -66,6 +66,14 @@ struct Chart {
     void Layout() { pane->Layout(visible_from, visible_to, false, pane->show_error_bars); }
 };
 
+// Fills an existing pane anew for the request, keeping its rectangle, resolution and title
+// font (a pane on screen when the object or the data change). The phased-fit view needs a
+// CLightCurveFitPane, the minimum view a CMinimumFitPane. Sets the range to lay out for (both
+// 0 for all the data). False with `message` when the view cannot be drawn.
+bool RefillChart(CLightCurvePane& pane, const kurvalux_data::CObjectListElem& object,
+                 const ChartRequest& request, std::string& message, double& visible_from,
+                 double& visible_to);
+
 // Builds the chart of `object` for the request. Returns an empty chart and sets `message`
 // when the view cannot be drawn (no ephemeris for a phased view, no such series, no points).
 Chart MakeChart(const kurvalux_data::CObjectListElem& object, const ChartRequest& request,

@@ -219,6 +219,35 @@ TEST(ChartViews, PredictedMinima) {
     EXPECT_TRUE(chart.pane->show_kind5);
 }
 
+TEST(ChartViews, RefillKeepsThePane) {
+    auto object = TwoNights();
+    CLightCurvePane pane;
+    pane.SetRect(CRect{0, 0, 300, 200});
+    double from = -1, to = -1;
+    std::string message;
+    ChartRequest request;
+    request.from = 100.3;
+    request.to = 100.4;
+    ASSERT_TRUE(RefillChart(pane, *object, request, message, from, to)) << message;
+    EXPECT_EQ(pane.Points().size(), 8u);
+    EXPECT_DOUBLE_EQ(from, 100.3);
+    EXPECT_DOUBLE_EQ(to, 100.4);
+    object->series.pop_back();
+    request = ChartRequest{};
+    request.view = ChartView::kCompressed;
+    ASSERT_TRUE(RefillChart(pane, *object, request, message, from, to)) << message;
+    EXPECT_EQ(pane.Points().size(), 5u);  // the old points are gone
+    EXPECT_EQ(pane.Markers().size(), 2u);
+    EXPECT_EQ(from, 0);  // all the data
+    EXPECT_EQ(to, 0);
+    EXPECT_EQ(pane.Rect(), (CRect{0, 0, 300, 200}));
+    object->m0 = 100;
+    object->period = 1;
+    request.view = ChartView::kPhasedFit;
+    EXPECT_FALSE(RefillChart(pane, *object, request, message, from, to));
+    EXPECT_EQ(message, "The pane cannot show the Phased Curve Fit chart");
+}
+
 kurvalux_data::LightCurveParameters Binary() {
     kurvalux_data::LightCurveParameters p = kurvalux_data::kDefaultLightCurveParameters;
     p[kurvalux_data::kMag0] = 12.0;
