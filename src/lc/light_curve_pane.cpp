@@ -393,41 +393,66 @@ namespace {
 // would be covered by it completely, so leaving it out does not change the picture.
 class CPixelColourSet {
 public:
-    CPixelColourSet(int left, int top, int width, int height)
-        : left_(left), top_(top), width_(width + 1), height_(height + 1) {}
+    // `expected` marks will be offered. Dense charts keep one bit per plot pixel and colour
+    // (up to a memory budget); sparse ones, where such bitmaps would be mostly empty, keep a
+    // hash set of (pixel, colour) instead.
+    CPixelColourSet(int left, int top, int width, int height, size_t expected)
+        : left_(left), top_(top), width_(width + 1), height_(height + 1) {
+        size_t area = static_cast<size_t>(width_) * static_cast<size_t>(height_);
+        dense_ = expected * 16 >= area;
+        if (!dense_) seen_.reserve(expected);
+    }
 
     // True when (x, y, colour) was not there yet (and records it).
     bool Insert(int x, int y, Colour colour) {
         int dx = x - left_, dy = y - top_;
         if (dx < 0 || dy < 0 || dx >= width_ || dy >= height_) return true;
-        std::vector<uint64_t>& bits = BitsOf(colour);
         size_t index = static_cast<size_t>(dy) * width_ + dx;
+        if (!dense_)
+            return seen_
+                .insert(static_cast<uint64_t>(index) << 24 | kurvalux_platform::RgbOf(colour) |
+                        (static_cast<uint64_t>(colour >> 24) << 56))
+                .second;
+        std::vector<uint64_t>* bits = BitsOf(colour);
+        if (!bits) return true;  // over the budget: this colour is drawn in full
         uint64_t mask = uint64_t{1} << (index & 63);
-        uint64_t& word = bits[index >> 6];
+        uint64_t& word = (*bits)[index >> 6];
         if (word & mask) return false;
         word |= mask;
         return true;
     }
 
 private:
-    std::vector<uint64_t>& BitsOf(Colour colour) {
-        if (last_ < colours_.size() && colours_[last_] == colour) return bits_[last_];
+    // 64 MB of bitmaps at most.
+    static constexpr size_t kBudgetWords = size_t{8} << 20;
+
+    std::vector<uint64_t>* BitsOf(Colour colour) {
+        if (last_ < colours_.size() && colours_[last_] == colour) return Bits(last_);
         for (size_t i = 0; i < colours_.size(); ++i) {
             if (colours_[i] == colour) {
                 last_ = i;
-                return bits_[i];
+                return Bits(i);
             }
         }
         colours_.push_back(colour);
         size_t words = (static_cast<size_t>(width_) * height_ + 63) / 64;
-        bits_.emplace_back(words, 0);
+        if (used_words_ + words <= kBudgetWords) {
+            bits_.emplace_back(words, 0);
+            used_words_ += words;
+        } else {
+            bits_.emplace_back();
+        }
         last_ = colours_.size() - 1;
-        return bits_.back();
+        return Bits(last_);
     }
+    std::vector<uint64_t>* Bits(size_t i) { return bits_[i].empty() ? nullptr : &bits_[i]; }
 
     int left_, top_, width_, height_;
+    bool dense_ = true;
+    std::unordered_set<uint64_t> seen_;
     std::vector<Colour> colours_;
     std::vector<std::vector<uint64_t>> bits_;
+    size_t used_words_ = 0;
     size_t last_ = 0;
 };
 
@@ -442,7 +467,7 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     const bool dedupe = skip_covered_duplicates;
 
     if (thumbnail_) {
-        CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height);
+        CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height, n);
         for (size_t i = n; i-- > 0;) {
             const CPlotPoint& p = plot_points_[i];
             keep[i] = visible(p) && (!dedupe || seen.Insert(p.x, p.y, p.colour));
@@ -488,7 +513,7 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     }
 
     {
-        CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height);
+        CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height, n);
         bool any = false;
         for (size_t i = n; i-- > 0;) {
             const CPlotPoint& p = plot_points_[i];
@@ -502,7 +527,7 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
         }
     }
 
-    CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height);
+    CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height, n);
     for (size_t i = n; i-- > 0;) {
         const CPlotPoint& p = plot_points_[i];
         keep[i] = visible(p) && (!dedupe || seen.Insert(p.x, p.y, p.colour));
