@@ -147,6 +147,7 @@ int Chart(const Args& args) {
                                                    static_cast<int>(height), title, Messages(),
                                                    static_cast<int>(dpi));
 #else
+        (void)dpi;
         std::fprintf(stderr, "Raster images need the Qt build of kurvalux-cli; use .svg\n");
         ok = false;
 #endif
