@@ -86,15 +86,15 @@ inline L ReduceLn2(L x, L& k) {
 }
 
 // 2^k times y in two factors, so that results near overflow and in the subnormal range need no
-// special path: each factor stays a normal number. Then the out-of-range and NaN cases.
+// special path: each factor stays a normal number. Then the out-of-range cases. (A NaN argument
+// needs no case of its own: it makes y NaN, and NaN times any factor stays NaN.)
 template <class L>
 inline L ScaleExp(L x, L k, L y) {
     const L k1 = Floor(k * L(0.5));
     const L k2 = k - k1;
     L result = (y * ScaleByPowerOfTwo(k1)) * ScaleByPowerOfTwo(k2);
     result = Select(x > L(kExpOverflow), L(__builtin_inf()), result);
-    result = Select(x < L(kExpUnderflow), L(0.0), result);
-    return Select(x != x, x, result);
+    return Select(x < L(kExpUnderflow), L(0.0), result);
 }
 
 // e^x.
