@@ -148,7 +148,74 @@ TEST_F(WindowTest, EstimatedErrorFillsTheBoxUnlessFrozen) {
     EXPECT_EQ(view.ErrorBox()->text().toStdString(), "0.1");
 }
 
-TEST_F(WindowTest, PhaseFitRefusesAShortCurveAndAcceptsIntoTheObject) {
+TEST_F(WindowTest, FitAllMinimaWalksTheSelectedSeriesAndAsksForEachMinimum) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+
+    ASSERT_TRUE(window_->Dispatch(kCmdDeselectAllSeries));
+    view.FitAllMinima();
+    EXPECT_EQ(BoxTexts(),
+              (std::vector<std::string>{"Cannot find minima: No series selected to find minima"}));
+    EXPECT_TRUE(dialog_titles_.empty());
+
+    ASSERT_TRUE(window_->Dispatch(kCmdSelectAllSeries));
+    window_->SetModified(false);
+    boxes_.Clear();
+    // M0 2459000.5 and P 0.74 put a primary minimum in each night: 2459003.46 is four cycles on.
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        EXPECT_EQ(form.Text("Period:"), "0.74");
+        EXPECT_EQ(form.Text("Time around Primary:"), "0.12");
+        form.SetBoxText("Time around Primary:", "0.1");
+        return static_cast<int>(QDialog::Accepted);
+    });
+    boxes_.QueueAnswer(MessageAnswer::Yes);
+    boxes_.QueueAnswer(MessageAnswer::No);
+    view.FitAllMinima();
+    EXPECT_EQ(dialog_titles_, (std::vector<std::string>{"Find all minima in series"}));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Found Minimum: Add Primary minimum?",
+                                                    "Found Minimum: Add Primary minimum?"}));
+    ASSERT_EQ(object.series[0]->minima.size(), 1u);
+    EXPECT_EQ(object.series[0]->minima[0].type, kurvalux_data::kMinimumPrimary);
+    EXPECT_NEAR(object.series[0]->minima[0].time, 2459000.5, 2e-4);
+    EXPECT_TRUE(object.series[1]->minima.empty());
+    // The new time around is kept in the object for the next time.
+    EXPECT_EQ(object.primary_fit_time_range, 0.1);
+    EXPECT_TRUE(window_->Modified());
+}
+
+TEST_F(WindowTest, PhaseFitOnAWorkerReportsAndShowsTheFittedValues) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabPhasedFit);
+    CPhaseFitView& view = *pane.PhaseFitView();
+    // Both nights cover the primary eclipse: base level, depth and width are free.
+    for (size_t i = 0; i < kurvalux_data::kLightCurveParameterCount; ++i)
+        view.FitSwitch(i)->setChecked(i == kurvalux_data::kMag0 || i == kurvalux_data::kAPri ||
+                                      i == kurvalux_data::kDPri);
+    // Reset starts from the model's defaults with the base level at the curve's median.
+    view.ResetParameters();
+    const double start = view.ParameterBox(kurvalux_data::kMag0)->text().toDouble();
+    EXPECT_GT(start, 11.998);
+    EXPECT_LT(start, 12.502);
+    view.FitParameters();
+    ASSERT_EQ(Boxes().size(), 1u);
+    EXPECT_EQ(Boxes()[0].title, "Phase curve fitting OK");
+    ASSERT_EQ(Boxes()[0].lines.size(), 3u) << BoxTexts()[0];
+    EXPECT_EQ(Boxes()[0].lines[0], "Number of data points: 242");
+    kurvalux_data::LightCurveParameters fitted{};
+    ASSERT_TRUE(view.BoxValues(fitted, false));
+    EXPECT_NEAR(fitted[kurvalux_data::kMag0], 12.0, 0.01);
+    EXPECT_NE(fitted[kurvalux_data::kAPri], 0.5);
+    // Nothing reaches the object until the values are accepted.
+    EXPECT_FALSE(window_->GetField().objects[0]->has_fit);
+    EXPECT_FALSE(window_->Modified());
+}
+
+TEST_F(WindowTest, PhaseFitReportsTheFittersRefusalAndAcceptsIntoTheObject) {
     ASSERT_TRUE(OpenTestField());
     CKurvaluxPane& pane = *window_->Pane();
     pane.ShowTab(kTabPhasedFit);
