@@ -69,7 +69,8 @@ public:
     bool Cancelled() const { return cancelled_; }
     QProgressBar* Bar() { return bar_; }
 
-protected:
+public slots:
+    // Cancel, Escape or closing the dialog: the workers stop.
     void reject() override;
 
 private:

@@ -969,7 +969,7 @@ void CKurvalux::PeriodsByFrequency() {
                                                        });
     QApplication::restoreOverrideCursor();
     progress.hide();
-    if (result.cancelled) return;
+    // A cancelled analysis adds nothing and says so ("Frequency analysis failed").
     if (result.found) AcceptFoundPeriod(*object);
     pane_->RefreshObject();
     for (const auto& box : result.messages)

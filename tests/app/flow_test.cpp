@@ -1,9 +1,11 @@
 // Work flows through the window: load a field, time a minimum and add it, save, and read the
 // saved file back; the refusals of the minimum fit view; the period searches and the filter
 // table through their dialogs.
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QTimer>
 #include <cmath>
 
 #include "app/commands.h"
@@ -314,6 +316,31 @@ TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
     EXPECT_EQ(object.period, object.periods[1].period);
     EXPECT_NE(object.period, current);
     EXPECT_TRUE(window_->Modified());
+}
+
+TEST_F(WindowTest, ACancelledFrequencyAnalysisAddsNothing) {
+    ASSERT_TRUE(OpenTestField());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    object.periods = {{5.0, 5000, 1.0}};
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        form.SetBoxText("Minimal period [d]:", "0.1");
+        form.SetBoxText("Maximal period [d]:", "20");
+        form.SetBoxText("Resolution [d]:", "0.00001");
+        // Cancel is pressed as soon as the progress dialog answers.
+        QTimer::singleShot(0, [] {
+            for (QWidget* w : QApplication::topLevelWidgets())
+                if (auto* progress = qobject_cast<CFrequencyProgressDialog*>(w))
+                    if (progress->isVisible()) progress->reject();
+        });
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdPeriodsByFrequency));
+    EXPECT_EQ(BoxTexts(),
+              (std::vector<std::string>{"Cannot find period: Frequency analysis failed"}));
+    ASSERT_EQ(object.periods.size(), 1u);
+    EXPECT_EQ(object.periods[0].period, 5.0);
+    EXPECT_FALSE(window_->Modified());
 }
 
 TEST_F(WindowTest, FilterTableRefusesADuplicateNameAndKeepsANewFilter) {
