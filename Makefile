@@ -31,7 +31,7 @@ test: build
 	cd build && QT_QPA_PLATFORM=offscreen ctest --output-on-failure -j $(JOBS)
 
 bench: deps
-	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DKURVALUX_TESTS=OFF -DKURVALUX_GUI=OFF
+	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DKURVALUX_TESTS=OFF -DKURVALUX_GUI=ON
 	cmake --build build-bench -j $(JOBS)
 	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
 
