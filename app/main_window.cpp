@@ -983,7 +983,8 @@ void CKurvalux::UsersGuide() {
                                            KURVALUX_USER_GUIDE};
     for (const std::string& path : candidates)
         if (kurvalux_platform::FileExists(path)) {
-            QDesktopServices::openUrl(QUrl::fromLocalFile(Q(path)));
+            if (!QDesktopServices::openUrl(QUrl::fromLocalFile(Q(path))))
+                messages_->Error("User's Guide", {"No program opens the user's guide:", path});
             return;
         }
     messages_->Error("User's Guide", {"Cannot find the user's guide:", candidates.back()});
