@@ -1,5 +1,6 @@
 #include "analysis/fit_all_minima.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "analysis/fit_points.h"
@@ -71,6 +72,8 @@ FitAllMinimaResult FitAllMinima(kurvalux_data::CObjectListElem& object,
         if (points.Count() == 0) continue;
         const double t_first = points.times.front();
         const double t_last = points.times.back();
+        // Series are normally in time order; then each window is found by bisection.
+        const bool sorted = std::is_sorted(points.times.begin(), points.times.end());
         for (const Kind& kind : kinds) {
             if (!kind.asked) continue;
             const double cycle = std::trunc((t_first - m0) / period);
@@ -81,12 +84,21 @@ FitAllMinimaResult FitAllMinima(kurvalux_data::CObjectListElem& object,
                 ++result.windows;
                 // Both branches of the predicted minimum must be covered.
                 int descending = 0, ascending = 0;
-                for (double t : points.times) {
-                    if (t < from || t > to) continue;
-                    if (t < centre)
-                        ++descending;
-                    else
-                        ++ascending;
+                if (sorted) {
+                    const auto begin = points.times.begin(), end = points.times.end();
+                    const auto first = std::lower_bound(begin, end, from);
+                    const auto middle = std::lower_bound(first, end, centre);
+                    const auto last = std::upper_bound(middle, end, to);
+                    descending = int(middle - first);
+                    ascending = int(last - middle);
+                } else {
+                    for (double t : points.times) {
+                        if (t < from || t > to) continue;
+                        if (t < centre)
+                            ++descending;
+                        else
+                            ++ascending;
+                    }
                 }
                 if (descending < options.min_branch_points ||
                     ascending < options.min_branch_points) {
