@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
+#include <QScrollArea>
 #include <QSlider>
 #include <QTabWidget>
 #include <QTextBrowser>
@@ -97,7 +98,12 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
     objects_ = new QListWidget(left_);
     objects_->setObjectName("Objects");
     left_->addWidget(objects_);
-    left_->addWidget(BuildMetaPane());
+    // The meta-data scrolls when the window is small, instead of holding the window large.
+    auto* meta = new QScrollArea(left_);
+    meta->setWidgetResizable(true);
+    meta->setFrameShape(QFrame::NoFrame);
+    meta->setWidget(BuildMetaPane());
+    left_->addWidget(meta);
 
     right_ = new QSplitter(Qt::Vertical, this);
     series_ = new QTreeWidget(right_);
@@ -142,7 +148,7 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
 }
 
 QWidget* CKurvaluxPane::BuildMetaPane() {
-    auto* pane = new QWidget(left_);
+    auto* pane = new QWidget();
     auto* layout = new QVBoxLayout(pane);
     layout->setContentsMargins(4, 4, 4, 4);
     auto* form = new QFormLayout();
@@ -164,6 +170,7 @@ QWidget* CKurvaluxPane::BuildMetaPane() {
     ephemeris_ = new QLabel(pane);
     ephemeris_->setObjectName("Ephemeris");
     ephemeris_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    ephemeris_->setWordWrap(true);
     form->addRow("Ephemeris:", ephemeris_);
     max_mag_ = line("Max. magnitude:", 0);
     min_mag_ = line("Min. magnitude:", 0);
@@ -199,21 +206,29 @@ QWidget* CKurvaluxPane::BuildMetaPane() {
 }
 
 QWidget* CKurvaluxPane::BuildEphemerisBar() {
+    // Two rows, so that the window stays narrow enough for a small screen at 200 %.
     auto* bar = new QWidget(this);
-    auto* layout = new QHBoxLayout(bar);
-    layout->setContentsMargins(2, 2, 2, 2);
+    auto* rows = new QVBoxLayout(bar);
+    rows->setContentsMargins(2, 2, 2, 2);
+    rows->setSpacing(2);
+    auto* layout = new QHBoxLayout();
+    auto* second = new QHBoxLayout();
+    rows->addLayout(layout);
+    rows->addLayout(second);
     layout->addWidget(new QLabel("M0:", bar));
     m0_ = new QLineEdit(bar);
     m0_->setObjectName("M0");
-    m0_->setMinimumWidth(fontMetrics().horizontalAdvance("2459000.0000000000"));
+    m0_->setMinimumWidth(fontMetrics().horizontalAdvance("2459000.00000000"));
     layout->addWidget(m0_);
     layout->addWidget(new QLabel("P:", bar));
     period_ = new QComboBox(bar);
     period_->setObjectName("P");
     period_->setEditable(true);
     period_->setInsertPolicy(QComboBox::NoInsert);
-    period_->setMinimumWidth(fontMetrics().horizontalAdvance("000.0000000000  (R 1.0000)"));
+    period_->setMinimumWidth(fontMetrics().horizontalAdvance("0000.0000000000"));
     layout->addWidget(period_);
+    layout->addStretch(1);
+    layout = second;
     auto slider = [&](const char* label, const char* tip) {
         layout->addWidget(new QLabel(label, bar));
         auto* s = new QSlider(Qt::Horizontal, bar);

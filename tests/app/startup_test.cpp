@@ -78,3 +78,22 @@ TEST_F(WindowTest, PlacementAndSplittersAreKeptAcrossRuns) {
 
 }  // namespace
 }  // namespace kurvalux_app
+
+namespace kurvalux_app {
+namespace {
+
+// At 200 % a 1920 x 1080 screen offers 960 x 540 logical pixels: the window, with every tab
+// and the meta-data of an object shown, must fit without clipping.
+TEST_F(WindowTest, TheWindowFitsAFullHdScreenAtDoubleScaling) {
+    ASSERT_TRUE(OpenTestField());
+    window_->show();
+    for (int tab = 0; tab < kTabCount; ++tab) {
+        window_->Pane()->ShowTab(static_cast<ChartTab>(tab));
+        QSize minimum = window_->minimumSizeHint();
+        EXPECT_LE(minimum.width(), 960) << "tab " << tab;
+        EXPECT_LE(minimum.height(), 540) << "tab " << tab;
+    }
+}
+
+}  // namespace
+}  // namespace kurvalux_app
