@@ -350,10 +350,10 @@ void CKurvaluxPane::FillMeta() {
         comment_->setText(Q(object->comment));
         max_mag_->setText(MagnitudeText(object->max_magnitude));
         min_mag_->setText(MagnitudeText(object->min_magnitude));
-        ephemeris_->setText(Q("M0 " + FormatFixed(object->m0, 7) + "  P " +
-                              FormatFixed(object->period, 7) + "\nsaved M0 " +
-                              FormatFixed(object->saved_m0, 7) + "  P " +
-                              FormatFixed(object->saved_period, 7)));
+        // As ephemerides are written: epoch + period x E, the saved copy below.
+        ephemeris_->setText(Q(FormatFixed(object->m0, 7) + " + " + FormatFixed(object->period, 7) +
+                              " E\nsaved " + FormatFixed(object->saved_m0, 7) + " + " +
+                              FormatFixed(object->saved_period, 7) + " E"));
         std::string notes;
         for (char c : object->notes)
             if (c != '\r') notes += c;

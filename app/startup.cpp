@@ -284,9 +284,10 @@ int RunApplication(int argc, char** argv) {
     window.setWindowIcon(ApplicationIcon());
     QApplication::setWindowIcon(window.windowIcon());
     // 10. Placement, then the show command.
-    if (developer_run)
+    if (developer_run) {
         window.resize(1280, 860);
-    else
+        window.Pane()->SetSplitterPositions({340, 250, 200});
+    } else
         window.RestorePlacement();
     if (!options.field.empty()) window.OpenField(options.field);
     bool maximise = window.GetSettings().maximized && !developer_run;
