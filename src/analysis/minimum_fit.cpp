@@ -9,6 +9,7 @@
 #include <random>
 #include <thread>
 
+#include "analysis/model_kernels.h"
 #include "platform/system.h"
 #include "platform/text.h"
 
@@ -38,18 +39,43 @@ MinimumPoints SelectPoints(const MinimumFitOptions& o) {
     return p;
 }
 
+// The points of one fit and the intermediate values of the last full evaluation: the
+// finite-difference Jacobian changes one parameter at a time, and for the base level, trend,
+// amplitude, correction and shape the kept values give the residuals with identical bits and
+// without most of the exponentials.
 struct ResidualData {
-    const double* x;
-    const double* y;
-    const double* sigma;
+    const double* x = nullptr;
+    const double* y = nullptr;
+    const double* sigma = nullptr;
+    bool have_cache = false;
+    SingleMinimumParameters cached = {};
+    CSingleMinimumModel::Cache cache;
 };
 
 // (value - m(x)) / sigma.
 int MinimumResiduals(int m, int, const double* p, double* residuals, double**, void* data) {
-    const ResidualData& d = *static_cast<const ResidualData*>(data);
+    ResidualData& d = *static_cast<ResidualData*>(data);
     SingleMinimumParameters parameters;
     std::copy(p, p + kSingleMinimumParameterCount, parameters.begin());
-    CSingleMinimumModel(parameters).Residuals(d.x, d.y, d.sigma, residuals, size_t(m));
+    const CSingleMinimumModel model(parameters);
+    model_math::SingleMinimumChange change;
+    if (d.have_cache && detail::PartialEvaluationEnabled() &&
+        CSingleMinimumModel::CacheServes(d.cached, parameters, change)) {
+        model.ResidualsFromCache(change, d.y, d.sigma, residuals, size_t(m), d.cache);
+        return 0;
+    }
+    // A Jacobian column of the time of minimum or the width differs from the kept point in
+    // that one parameter: evaluate it without replacing the kept values, which the other
+    // columns still need.
+    int changed = 0;
+    for (size_t k = 0; k < parameters.size(); ++k) changed += parameters[k] != d.cached[k];
+    if (d.have_cache && changed == 1) {
+        model.Residuals(d.x, d.y, d.sigma, residuals, size_t(m));
+        return 0;
+    }
+    model.ResidualsKeeping(d.x, d.y, d.sigma, residuals, size_t(m), d.cache);
+    d.cached = parameters;
+    d.have_cache = true;
     return 0;
 }
 
@@ -68,7 +94,10 @@ std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
 int RunFit(const double* x, const double* y, const double* sigma, int m,
            const std::array<FitParameterConstraint, kSingleMinimumParameterCount>& constraints,
            SingleMinimumParameters& parameters, FitResult& result) {
-    ResidualData data{x, y, sigma};
+    ResidualData data;
+    data.x = x;
+    data.y = y;
+    data.sigma = sigma;
     result = FitResult();
     return LeastSquaresFit(MinimumResiduals, m, int(parameters.size()), parameters.data(),
                            constraints.data(), nullptr, &data, &result);

@@ -38,6 +38,15 @@ void SetVectorKernelEnabled(bool enabled) {
 void SetAvx512Enabled(bool enabled) {
     g_avx512_enabled.store(enabled, std::memory_order_relaxed);
 }
+namespace {
+std::atomic<bool> g_partial_enabled{true};
+}
+bool PartialEvaluationEnabled() {
+    return g_partial_enabled.load(std::memory_order_relaxed);
+}
+void SetPartialEvaluationEnabled(bool enabled) {
+    g_partial_enabled.store(enabled, std::memory_order_relaxed);
+}
 const KernelSet* ActiveKernels() {
     switch (VectorWidth()) {
         case 8:
@@ -136,6 +145,65 @@ CSingleMinimumModel::CSingleMinimumModel(const SingleMinimumParameters& paramete
 
 double CSingleMinimumModel::Evaluate(double x) const {
     return model_math::SingleMinimumValue(c_, x);
+}
+
+namespace {
+model_math::SingleMinimumPartArrays PartArrays(CSingleMinimumModel::Cache& cache) {
+    return {cache.dx.data(), cache.bend.data(), cache.one_minus_power.data(), cache.base.data(),
+            cache.log_base.data()};
+}
+}  // namespace
+
+void CSingleMinimumModel::ResidualsKeeping(const double* xs, const double* values,
+                                           const double* sigmas, double* residuals, size_t n,
+                                           Cache& cache) const {
+    for (auto* v : {&cache.dx, &cache.bend, &cache.one_minus_power, &cache.base, &cache.log_base})
+        v->resize(n);
+    const model_math::SingleMinimumPartArrays parts = PartArrays(cache);
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done = kernels ? kernels->single_minimum_residuals_keeping(c_, xs, values, sigmas,
+                                                                            residuals, parts, n)
+                                : 0;
+    for (size_t j = done; j < n; ++j) {
+        model_math::SingleMinimumParts<double> kept;
+        const double model = model_math::SingleMinimumValueKeeping(c_, xs[j], kept);
+        residuals[j] = (values[j] - model) / sigmas[j];
+        parts.dx[j] = kept.dx;
+        parts.bend[j] = kept.bend;
+        parts.one_minus_power[j] = kept.one_minus_power;
+        parts.base[j] = kept.base;
+        parts.log_base[j] = kept.log_base;
+    }
+}
+
+void CSingleMinimumModel::ResidualsFromCache(model_math::SingleMinimumChange change,
+                                             const double* values, const double* sigmas,
+                                             double* residuals, size_t n,
+                                             const Cache& cache) const {
+    const model_math::SingleMinimumPartArrays parts = PartArrays(const_cast<Cache&>(cache));
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done = kernels ? kernels->single_minimum_residuals_from_parts(
+                                      c_, change, values, sigmas, residuals, parts, n)
+                                : 0;
+    for (size_t j = done; j < n; ++j) {
+        const double model = model_math::SingleMinimumValueFromParts(
+            c_, change, parts.dx[j], parts.bend[j], parts.one_minus_power[j], parts.base[j],
+            parts.log_base[j]);
+        residuals[j] = (values[j] - model) / sigmas[j];
+    }
+}
+
+bool CSingleMinimumModel::CacheServes(const SingleMinimumParameters& from,
+                                      const SingleMinimumParameters& to,
+                                      model_math::SingleMinimumChange& change) {
+    if (from[kMinTime] != to[kMinTime] || from[kMinWidth] != to[kMinWidth]) return false;
+    const bool correction = from[kMinCorrection] != to[kMinCorrection];
+    const bool shape = from[kMinShape] != to[kMinShape];
+    if (correction && shape) return false;
+    change = correction ? model_math::SingleMinimumChange::kCorrection
+             : shape    ? model_math::SingleMinimumChange::kShape
+                        : model_math::SingleMinimumChange::kLinear;
+    return true;
 }
 
 double CSingleMinimumModel::Reference(double x) const {

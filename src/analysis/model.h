@@ -95,6 +95,23 @@ public:
     void Residuals(const double* xs, const double* values, const double* sigmas, double* residuals,
                    size_t n) const;
     double Reference(double x) const;
+
+    // The same residuals, keeping the intermediate values of every point in `cache`; then, for
+    // parameters that differ from the kept ones only by `change`, the residuals from the cache
+    // (identical bits to a full evaluation, without most of the exponentials).
+    struct Cache {
+        std::vector<double> dx, bend, one_minus_power, base, log_base;
+    };
+    void ResidualsKeeping(const double* xs, const double* values, const double* sigmas,
+                          double* residuals, size_t n, Cache& cache) const;
+    void ResidualsFromCache(model_math::SingleMinimumChange change, const double* values,
+                            const double* sigmas, double* residuals, size_t n,
+                            const Cache& cache) const;
+    // How `to` differs from `from` as a change the cache can serve: base level, trend and
+    // amplitude (kLinear), with the correction (kCorrection) or with the shape (kShape). False
+    // when the time of minimum or the width changed, or both correction and shape.
+    static bool CacheServes(const SingleMinimumParameters& from, const SingleMinimumParameters& to,
+                            model_math::SingleMinimumChange& change);
     const SingleMinimumParameters& Parameters() const { return p_; }
 
 private:

@@ -149,7 +149,38 @@ size_t SingleMinimumResiduals(const mm::SingleMinimumCoefficients& c, const doub
     return pairs + single;
 }
 
-const KernelSet kKernels = {LightCurve, LightCurveResiduals, SingleMinimum, SingleMinimumResiduals};
+size_t SingleMinimumResidualsKeeping(const mm::SingleMinimumCoefficients& c, const double* xs,
+                                     const double* v, const double* s, double* r,
+                                     const mm::SingleMinimumPartArrays& parts, size_t n) {
+    const size_t pairs = PairCount(n), single = SingleCount(n, pairs);
+    mm::SingleMinimumResidualKeepingLoop<P>(c, xs, v, s, r, parts, pairs);
+    const mm::SingleMinimumPartArrays rest = {parts.dx + pairs, parts.bend + pairs,
+                                              parts.one_minus_power + pairs, parts.base + pairs,
+                                              parts.log_base + pairs};
+    mm::SingleMinimumResidualKeepingLoop<V8>(c, xs + pairs, v + pairs, s + pairs, r + pairs, rest,
+                                             single);
+    return pairs + single;
+}
+size_t SingleMinimumResidualsFromParts(const mm::SingleMinimumCoefficients& c,
+                                       mm::SingleMinimumChange change, const double* v,
+                                       const double* s, double* r,
+                                       const mm::SingleMinimumPartArrays& parts, size_t n) {
+    const size_t pairs = PairCount(n), single = SingleCount(n, pairs);
+    mm::SingleMinimumResidualFromPartsLoop<P>(c, change, v, s, r, parts, pairs);
+    const mm::SingleMinimumPartArrays rest = {parts.dx + pairs, parts.bend + pairs,
+                                              parts.one_minus_power + pairs, parts.base + pairs,
+                                              parts.log_base + pairs};
+    mm::SingleMinimumResidualFromPartsLoop<V8>(c, change, v + pairs, s + pairs, r + pairs, rest,
+                                               single);
+    return pairs + single;
+}
+
+const KernelSet kKernels = {LightCurve,
+                            LightCurveResiduals,
+                            SingleMinimum,
+                            SingleMinimumResiduals,
+                            SingleMinimumResidualsKeeping,
+                            SingleMinimumResidualsFromParts};
 
 }  // namespace
 

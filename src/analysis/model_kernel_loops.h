@@ -140,6 +140,49 @@ void SingleMinimumResidualLoop(const SingleMinimumCoefficients& c, const double*
     }
 }
 
+// The parts of the single-minimum model, one array each (see SingleMinimumParts).
+struct SingleMinimumPartArrays {
+    double* dx;
+    double* bend;
+    double* one_minus_power;
+    double* base;
+    double* log_base;
+};
+
+// (value - m(x)) / sigma, keeping the parts of every point.
+template <class L>
+void SingleMinimumResidualKeepingLoop(const SingleMinimumCoefficients& c, const double* xs,
+                                      const double* values, const double* sigmas, double* residuals,
+                                      const SingleMinimumPartArrays& parts, size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        SingleMinimumParts<L> kept;
+        const L model = SingleMinimumValueKeeping(c, Io::Load(xs + j), kept);
+        Io::Store(residuals + j, (Io::Load(values + j) - model) / Io::Load(sigmas + j));
+        Io::Store(parts.dx + j, kept.dx);
+        Io::Store(parts.bend + j, kept.bend);
+        Io::Store(parts.one_minus_power + j, kept.one_minus_power);
+        Io::Store(parts.base + j, kept.base);
+        Io::Store(parts.log_base + j, kept.log_base);
+    }
+}
+
+// (value - m(x)) / sigma from kept parts after a change of the coefficients `c`.
+template <class L>
+void SingleMinimumResidualFromPartsLoop(const SingleMinimumCoefficients& c,
+                                        SingleMinimumChange change, const double* values,
+                                        const double* sigmas, double* residuals,
+                                        const SingleMinimumPartArrays& parts, size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        const L model =
+            SingleMinimumValueFromParts(c, change, Io::Load(parts.dx + j), Io::Load(parts.bend + j),
+                                        Io::Load(parts.one_minus_power + j),
+                                        Io::Load(parts.base + j), Io::Load(parts.log_base + j));
+        Io::Store(residuals + j, (Io::Load(values + j) - model) / Io::Load(sigmas + j));
+    }
+}
+
 // The scalar lane.
 template <>
 struct LaneIo<double> {

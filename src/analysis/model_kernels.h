@@ -5,6 +5,7 @@
 // analysis folder.
 #include <cstddef>
 
+#include "analysis/model_kernel_loops.h"
 #include "analysis/model_math.h"
 
 namespace kurvalux_analysis::detail {
@@ -17,6 +18,10 @@ bool VectorKernelAvailable();
 void SetVectorKernelEnabled(bool enabled);
 // Caps the width at 4 (AVX2) even where AVX-512 is there; false lifts the cap.
 void SetAvx512Enabled(bool enabled);
+// Whether minimum fits re-use the kept intermediate values for Jacobian columns (default on);
+// off, every evaluation is a full one. The results are identical either way.
+bool PartialEvaluationEnabled();
+void SetPartialEvaluationEnabled(bool enabled);
 
 // One set of kernels: each handles the largest multiple of its width below n and returns how
 // many points it did.
@@ -29,6 +34,14 @@ struct KernelSet {
                              size_t);
     size_t (*single_minimum_residuals)(const model_math::SingleMinimumCoefficients&, const double*,
                                        const double*, const double*, double*, size_t);
+    size_t (*single_minimum_residuals_keeping)(const model_math::SingleMinimumCoefficients&,
+                                               const double*, const double*, const double*, double*,
+                                               const model_math::SingleMinimumPartArrays&, size_t);
+    size_t (*single_minimum_residuals_from_parts)(const model_math::SingleMinimumCoefficients&,
+                                                  model_math::SingleMinimumChange, const double*,
+                                                  const double*, double*,
+                                                  const model_math::SingleMinimumPartArrays&,
+                                                  size_t);
 };
 
 // Null when the build has no such kernel.

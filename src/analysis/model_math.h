@@ -149,12 +149,17 @@ inline L Log(L x) {
 
 // b^g for the eclipse profile, whose base lies in [0, 1): exp(g log b), with the exact cases
 // g = 0 (1, also for b = 0), g = 1 and g = 2. The absolute error stays near one unit of 1.0,
-// because b^g |ln b^g| <= 1/e.
+// because b^g |ln b^g| <= 1/e. PowFromLog takes log b already computed.
 template <class L>
-inline L PowProfile(L base, double g, L gl) {
+inline L PowFromLog(L base, double g, L gl, L log_base) {
     if (g == 0.0) return L(1.0);
     if (g == 1.0) return base;
     if (g == 2.0) return base * base;
+    return Exp(gl * log_base);
+}
+template <class L>
+inline L PowProfile(L base, double g, L gl) {
+    if (g == 0.0 || g == 1.0 || g == 2.0) return PowFromLog(base, g, gl, base);
     return Exp(gl * Log(base));
 }
 
@@ -254,6 +259,48 @@ inline L SingleMinimumValue(const SingleMinimumCoefficients& c, L x) {
     const L dx = x - L(c.t0);
     const L level = L(c.m0) + L(c.s) * dx;
     return level + EclipseProfile(dx, L(c.a), L(c.i), c.g, L(c.g), L(c.k));
+}
+
+// The intermediate values of one point of the single-minimum model. A change of the base
+// level, trend or amplitude needs none of the exponentials again, a change of the correction
+// only the bend, a change of the shape one exponential: the finite-difference Jacobian of a
+// minimum fit is mostly such changes.
+template <class L>
+struct SingleMinimumParts {
+    L dx, bend, one_minus_power, base, log_base;
+};
+
+// SingleMinimumValue computed step by step (the same operations, so the same bits), keeping
+// the parts.
+template <class L>
+inline L SingleMinimumValueKeeping(const SingleMinimumCoefficients& c, L x,
+                                   SingleMinimumParts<L>& parts) {
+    const L dx = x - L(c.t0);
+    const L level = L(c.m0) + L(c.s) * dx;
+    L e, e_minus;
+    ExpPair(Abs(L(c.i) * dx), e, e_minus);
+    const L cosh = L(0.5) * (e + e_minus);
+    const L base = L(1.0) - Exp(L(1.0) - cosh);
+    const L log_base = Log(base);
+    const L power = PowFromLog(base, c.g, L(c.g), log_base);
+    const L bend = L(1.0) + (L(c.k) * dx) * dx;
+    const L one_minus_power = L(1.0) - power;
+    parts = {dx, bend, one_minus_power, base, log_base};
+    return level + (L(c.a) * bend) * one_minus_power;
+}
+
+// Which parameters changed since the parts were kept.
+enum class SingleMinimumChange { kLinear, kCorrection, kShape };
+
+// m(x) from kept parts, with the new coefficients `c` (t0 and the width unchanged).
+template <class L>
+inline L SingleMinimumValueFromParts(const SingleMinimumCoefficients& c, SingleMinimumChange change,
+                                     L dx, L bend, L one_minus_power, L base, L log_base) {
+    if (change == SingleMinimumChange::kCorrection) bend = L(1.0) + (L(c.k) * dx) * dx;
+    if (change == SingleMinimumChange::kShape)
+        one_minus_power = L(1.0) - PowFromLog(base, c.g, L(c.g), log_base);
+    const L level = L(c.m0) + L(c.s) * dx;
+    return level + (L(c.a) * bend) * one_minus_power;
 }
 
 }  // namespace kurvalux_analysis::model_math

@@ -13,6 +13,7 @@
 
 #include "analysis/fit_points.h"
 #include "analysis/minimum_fit.h"
+#include "analysis/model_kernels.h"
 #include "platform/system.h"
 
 namespace {
@@ -79,6 +80,16 @@ TEST(MinimumFit, Min200AgreesWithTheReferenceImplementation) {
     for (size_t k = 0; k < ref.size(); ++k) EXPECT_NEAR(r.normalised[k], ref[k], 1e-7) << k;
     EXPECT_EQ(r.normalised[kMinCorrection], 0.0);          // fixed by default
     EXPECT_EQ(r.time_of_minimum, r.normalised[kMinTime]);  // window [0, 1]
+}
+
+TEST(MinimumFit, KeptPartsChangeNothingInTheFit) {
+    kurvalux_analysis::detail::SetPartialEvaluationEnabled(false);
+    const MinimumFitResult full = FitMinimum(Min200());
+    kurvalux_analysis::detail::SetPartialEvaluationEnabled(true);
+    const MinimumFitResult kept = FitMinimum(Min200());
+    EXPECT_EQ(full.normalised, kept.normalised);
+    EXPECT_EQ(full.fit.bestnorm, kept.fit.bestnorm);
+    EXPECT_EQ(full.fit.nfev, kept.fit.nfev);
 }
 
 TEST(MinimumFit, WindowInJulianDatesMapsOntoTheUnitInterval) {

@@ -227,6 +227,61 @@ TEST(ModelPaths, EveryKernelWidthGivesTheSameBits) {
     }
 }
 
+// Residuals from kept intermediate values equal a full evaluation, bit for bit, for every kind
+// of change the cache serves; the time of minimum and the width are never served.
+TEST(ModelPaths, KeptPartsGiveTheFullEvaluation) {
+    using kurvalux_analysis::SingleMinimumParameters;
+    using Change = kurvalux_analysis::model_math::SingleMinimumChange;
+    std::vector<double> xs, values, sigmas;
+    for (int i = 0; i < 45; ++i) {
+        xs.push_back(i / 44.0);
+        values.push_back(10.0 + 0.3 * std::sin(i * 0.7));
+        sigmas.push_back(0.01 + 0.0001 * i);
+    }
+    const SingleMinimumParameters base = {10.0, 0.52, 0.1, 0.8, 0.08, 1.2, 0.3};
+    CSingleMinimumModel::Cache cache;
+    std::vector<double> kept(xs.size()), full(xs.size()), served(xs.size());
+    CSingleMinimumModel(base).ResidualsKeeping(xs.data(), values.data(), sigmas.data(), kept.data(),
+                                               xs.size(), cache);
+    CSingleMinimumModel(base).Residuals(xs.data(), values.data(), sigmas.data(), full.data(),
+                                        xs.size());
+    EXPECT_EQ(kept, full);
+    struct Case {
+        size_t index;
+        double value;
+        bool served;
+        Change change;
+    };
+    const Case cases[] = {{kurvalux_analysis::kMinBase, 10.01, true, Change::kLinear},
+                          {kurvalux_analysis::kMinTrend, 0.2, true, Change::kLinear},
+                          {kurvalux_analysis::kMinAmplitude, 0.7, true, Change::kLinear},
+                          {kurvalux_analysis::kMinCorrection, -0.4, true, Change::kCorrection},
+                          {kurvalux_analysis::kMinShape, 2.0, true, Change::kShape},
+                          {kurvalux_analysis::kMinShape, 0.0, true, Change::kShape},
+                          {kurvalux_analysis::kMinShape, 3.7, true, Change::kShape},
+                          {kurvalux_analysis::kMinTime, 0.5, false, Change::kLinear},
+                          {kurvalux_analysis::kMinWidth, 0.09, false, Change::kLinear}};
+    for (const Case& c : cases) {
+        SingleMinimumParameters p = base;
+        p[c.index] = c.value;
+        Change change;
+        ASSERT_EQ(CSingleMinimumModel::CacheServes(base, p, change), c.served) << c.index;
+        if (!c.served) continue;
+        EXPECT_EQ(change, c.change) << c.index;
+        const CSingleMinimumModel model(p);
+        model.ResidualsFromCache(change, values.data(), sigmas.data(), served.data(), xs.size(),
+                                 cache);
+        model.Residuals(xs.data(), values.data(), sigmas.data(), full.data(), xs.size());
+        EXPECT_EQ(served, full) << c.index << " " << c.value;
+    }
+    // Correction and shape together are not served.
+    SingleMinimumParameters both = base;
+    both[kurvalux_analysis::kMinCorrection] = 0.0;
+    both[kurvalux_analysis::kMinShape] = 1.0;
+    Change change;
+    EXPECT_FALSE(CSingleMinimumModel::CacheServes(base, both, change));
+}
+
 TEST(ModelMath, ElementaryFunctionsAtSpecialArguments) {
     EXPECT_EQ(mm::Exp(0.0), 1.0);
     EXPECT_EQ(mm::Exp(710.0), kInf);
