@@ -111,18 +111,23 @@ CMinimumView::CMinimumView(CShellHost& host, CKurvaluxPane& pane, QWidget* paren
     add_button("Fit all minima", &CMinimumView::FitAllMinima);
     layout->addLayout(adding);
 
+    // The keys work wherever the focus is in the window while this view is shown.
     auto shortcut = [this](Qt::Key key, void (CMinimumView::*slot)()) {
         auto* s = new QShortcut(QKeySequence(key), this);
-        s->setContext(Qt::WidgetWithChildrenShortcut);
-        connect(s, &QShortcut::activated, this, slot);
+        s->setContext(Qt::WindowShortcut);
+        connect(s, &QShortcut::activated, this, [this, slot] {
+            if (isVisible()) (this->*slot)();
+        });
     };
     shortcut(Qt::Key_F3, &CMinimumView::PreviousSeries);
     shortcut(Qt::Key_F4, &CMinimumView::NextSeries);
     shortcut(Qt::Key_F5, &CMinimumView::PreviousMinimum);
     shortcut(Qt::Key_F6, &CMinimumView::NextMinimum);
     auto* f10 = new QShortcut(QKeySequence(Qt::Key_F10), this);
-    f10->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(f10, &QShortcut::activated, freeze_, &QCheckBox::toggle);
+    f10->setContext(Qt::WindowShortcut);
+    connect(f10, &QShortcut::activated, this, [this] {
+        if (isVisible()) freeze_->toggle();
+    });
     UpdateLimitsLabel();
 }
 

@@ -74,6 +74,35 @@ TEST_F(WindowTest, LoadFitMinimumAddSaveAndReadBack) {
     EXPECT_TRUE(quiet.Records().empty());
 }
 
+TEST_F(WindowTest, MinimumViewWalksThePredictedMinimaAndTheSeries) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    CMinimumView& view = *pane.MinimumView();
+    // M0 2459000.5, P 0.74, fit time range 0.12 d: from the primary of the first night the
+    // next predicted minimum is the secondary half a period on, then the next primary.
+    struct Step {
+        void (CMinimumView::*move)();
+        double centre;
+    } steps[] = {{&CMinimumView::NextMinimum, 2459000.87},
+                 {&CMinimumView::NextMinimum, 2459001.24},
+                 {&CMinimumView::PreviousMinimum, 2459000.87},
+                 {&CMinimumView::PreviousMinimum, 2459000.5}};
+    for (const Step& step : steps) {
+        (view.*step.move)();
+        EXPECT_NEAR(view.LimitFrom(), step.centre - 0.06, 1e-9);
+        EXPECT_NEAR(view.LimitTo(), step.centre + 0.06, 1e-9);
+    }
+    view.NextSeries();
+    EXPECT_EQ(pane.CurrentSeriesIndex(), 1);
+    // Another series starts with its whole span as the window.
+    EXPECT_DOUBLE_EQ(view.LimitFrom(), 2459003.40);
+    view.NextSeries();
+    EXPECT_EQ(pane.CurrentSeriesIndex(), 1);
+    view.PreviousSeries();
+    EXPECT_EQ(pane.CurrentSeriesIndex(), 0);
+}
+
 TEST_F(WindowTest, MinimumViewRefusals) {
     ASSERT_TRUE(OpenTestField());
     CKurvaluxPane& pane = *window_->Pane();
