@@ -418,6 +418,32 @@ TEST(Fitter, NistTotalsFromStartOneAtMaxiter200) {
     EXPECT_GE(solved, 49);  // the reference implementation: 49 of 54
 }
 
+// MGH17 from start 1 overflows exp() at an early trial point: with the finite check the fit
+// stops there; with nofinitecheck the trial counts as a failed step and the fit goes on exactly
+// as the reference implementation (which has no such check) does.
+TEST(Fitter, NonFiniteTrialStopsUnlessLetThrough) {
+    kurvalux_nist::Problem problem;
+    ASSERT_TRUE(kurvalux_nist::ReadProblem(kNistFolder, "MGH17", problem));
+    FitConfig config;
+    config.ftol = config.xtol = config.gtol = 1e-10;
+    config.maxiter = 2000;
+    std::vector<double> b = problem.start1;
+    FitResult result;
+    EXPECT_EQ(LeastSquaresFit(kurvalux_nist::Residuals, int(problem.y.size()), problem.nparams,
+                              b.data(), nullptr, &config, &problem, &result),
+              -16);
+    EXPECT_EQ(result.nfev, 7);
+    config.nofinitecheck = 1;
+    b = problem.start1;
+    EXPECT_EQ(LeastSquaresFit(kurvalux_nist::Residuals, int(problem.y.size()), problem.nparams,
+                              b.data(), nullptr, &config, &problem, &result),
+              1);
+    EXPECT_EQ(result.niter, 511);  // the reference: status 1, niter 511, nfev 3120
+    EXPECT_EQ(result.nfev, 3120);
+    for (int k = 0; k < problem.nparams; ++k)
+        EXPECT_GE(kurvalux_nist::LogRelativeError(b[k], problem.certified[k]), 5.5) << k;
+}
+
 TEST(Fitter, ConcurrentFitsGiveTheSequentialResults) {
     std::vector<kurvalux_nist::Problem> problems(4);
     const char* names[4] = {"Gauss3", "Thurber", "Eckerle4", "MGH09"};
