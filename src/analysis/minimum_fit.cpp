@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <random>
+#include <system_error>
 #include <thread>
 
 #include "analysis/model_kernels.h"
@@ -265,13 +266,19 @@ BootstrapResult EstimateMinimumError(const BootstrapOptions& options) {
         {
             std::vector<std::jthread> threads;
             threads.reserve(workers);
-            for (unsigned k = 0; k < workers; ++k)
-                threads.emplace_back([&, k] {
+            for (unsigned k = 0; k < workers; ++k) try {
+                    threads.emplace_back([&, k] {
+                        worker(k, nullptr);
+                        std::lock_guard<std::mutex> lock(wait_mutex);
+                        ++finished;
+                        finished_cv.notify_one();
+                    });
+                } catch (const std::system_error&) {
+                    // No thread to be had: this worker's rounds run here instead.
                     worker(k, nullptr);
                     std::lock_guard<std::mutex> lock(wait_mutex);
                     ++finished;
-                    finished_cv.notify_one();
-                });
+                }
             // The calling thread stays responsive: it reports progress and passes on a cancel
             // until every worker has finished.
             std::unique_lock<std::mutex> lock(wait_mutex);
