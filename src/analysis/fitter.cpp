@@ -460,9 +460,10 @@ int Fit::Run(FitResult* result) {
     }
 
     if (result) {
+        // Free parameters that ended on one of their limits.
         int npegged = 0;
         if (pars_)
-            for (int i = 0; i < npar_; ++i)
+            for (int i : ifree_)
                 if ((pars_[i].limited[0] && pars_[i].limits[0] == xall_[i]) ||
                     (pars_[i].limited[1] && pars_[i].limits[1] == xall_[i]))
                     ++npegged;

@@ -219,12 +219,15 @@ TEST(Fitter, FixedParameterKeepsItsValueAndHasNoError) {
     double p[2] = {0.75, 0.0};
     FitParameterConstraint c[2];
     c[0].fixed = 1;
+    c[0].limited[0] = 1;  // a fixed parameter on its limit is not a pegged one
+    c[0].limits[0] = 0.75;
     double xerror[2] = {-1, -1};
     FitResult result;
     result.xerror = xerror;
     ASSERT_GT(LeastSquaresFit(LineResiduals, 4, 2, p, c, nullptr, &line, &result), 0);
     EXPECT_EQ(p[0], 0.75);
     EXPECT_EQ(result.nfree, 1);
+    EXPECT_EQ(result.npegged, 0);
     EXPECT_EQ(xerror[0], 0.0);
     EXPECT_GT(xerror[1], 0.0);
     // With a = 0.75 fixed, b = sum x (y - 0.75) / sum x^2 = (2.26 + 8.48 + 18.78) / 14.
