@@ -197,6 +197,27 @@ double CChartCanvas::XAt(int x) const {
     return m.lower + t * (m.upper - m.lower);
 }
 
+kurvalux_lc::CPointSource CChartCanvas::PointAt(QPoint position, int reach) const {
+    kurvalux_lc::CPointSource best;
+    if (!chart_.pane) return best;
+    const qreal ratio = devicePixelRatioF();
+    const double px = position.x() * ratio, py = position.y() * ratio;
+    double limit = reach * ratio;
+    double best_distance = limit * limit;
+    const auto& plotted = chart_.pane->PlotPoints();
+    const auto& points = chart_.pane->Points();
+    for (size_t i = 0; i < plotted.size() && i < points.size(); ++i) {
+        if (plotted[i].y < 0) continue;
+        double dx = plotted[i].x - px, dy = plotted[i].y - py;
+        double d = dx * dx + dy * dy;
+        if (d <= best_distance) {
+            best_distance = d;
+            best = points[i].source;
+        }
+    }
+    return best;
+}
+
 void CChartCanvas::mousePressEvent(QMouseEvent* e) {
     if (e->button() != Qt::LeftButton || !chart_.pane) return;
     press_ = e->position().toPoint();
@@ -218,8 +239,12 @@ void CChartCanvas::mouseReleaseEvent(QMouseEvent* e) {
     dragging_ = false;
     if (band_) band_->hide();
     int x = e->position().toPoint().x();
-    // A click without a drag is not a zoom.
-    if (std::abs(x - press_.x()) < 4) return;
+    // A click without a drag is not a zoom: it picks the point under the pointer.
+    if (std::abs(x - press_.x()) < 4) {
+        kurvalux_lc::CPointSource source = PointAt(e->position().toPoint(), 6);
+        if (source.series >= 0) emit pointClicked(source.series, source.index);
+        return;
+    }
     double a = XAt(press_.x()), b = XAt(x);
     ZoomTo(std::min(a, b), std::max(a, b));
 }

@@ -52,10 +52,15 @@ public:
 
     // The X value under a widget position.
     double XAt(int x) const;
+    // The source of the plotted point nearest to a widget position, within `reach` pixels of
+    // the screen; series -1 when there is none.
+    kurvalux_lc::CPointSource PointAt(QPoint position, int reach) const;
 
 signals:
     void visibleRangeChanged();
     void scrollBarChanged(int minimum, int maximum, int page, int value, int line);
+    // A click (no drag) on a point.
+    void pointClicked(int series, int index);
 
 protected:
     void paintEvent(QPaintEvent*) override;

@@ -144,6 +144,10 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
                 if (column == 1 && !item->parent()) series_->editItem(item, 1);
             });
     connect(tabs_, &QTabWidget::currentChanged, this, &CKurvaluxPane::TabChanged);
+    // A click on a point selects its series.
+    for (int tab = 0; tab < kTabCount; ++tab)
+        connect(Canvas(static_cast<ChartTab>(tab)), &CChartCanvas::pointClicked, this,
+                [this](int series, int) { SelectSeries(series); });
     stale_.fill(true);
 }
 
