@@ -17,7 +17,8 @@ struct ScanResult {
     int reread = 0;   // local series read again
     int removed = 0;  // series dropped (file gone, unreadable, refused)
     int added = 0;    // new files that became series
-    bool Changed() const { return reread + removed + added > 0; }
+    // Whether the field description changed: series read again keep their entries.
+    bool Changed() const { return removed + added > 0; }
 };
 
 // The folder of the object's photometry: the root directory + relative path when a root is

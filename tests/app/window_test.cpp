@@ -3,6 +3,7 @@
 // dispatcher's refusals, the object commands and the field statistics.
 #include <QAction>
 #include <QFileInfo>
+#include <QImage>
 #include <QMenu>
 
 #include "app/commands.h"
@@ -239,6 +240,59 @@ TEST_F(WindowTest, ObjectsAreAddedRenamedSortedAndRemoved) {
     EXPECT_EQ(window_->GetField().objects.size(), 3u);
     EXPECT_EQ(BoxTexts()[0],
               "Remove Object: Do you want to remove the object | Zeta Star from the field?");
+}
+
+TEST_F(WindowTest, RescansReportWhatTheyFound) {
+    ASSERT_TRUE(OpenTestField());
+    ASSERT_TRUE(window_->Dispatch(kCmdScanFileSeries));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                              "(Re)Scan of series files: 2 series read again | 0 new series "
+                              "added | 0 series removed"}));
+    EXPECT_FALSE(window_->Modified());
+    // A night whose file vanished leaves the field; the description changed.
+    ASSERT_TRUE(QFile::remove(QString::fromStdString(Path("night2.txt"))));
+    boxes_.Clear();
+    ASSERT_TRUE(window_->Dispatch(kCmdScanEntireField));
+    ASSERT_EQ(BoxTexts().size(), 2u);
+    EXPECT_EQ(Boxes()[0].title, "Error");
+    EXPECT_EQ(Boxes()[0].lines[0], "Cannot load series photometry data:");
+    EXPECT_EQ(BoxTexts()[1],
+              "(Re)Scan of series files: 1 series read again | 0 new series "
+              "added | 1 series removed");
+    EXPECT_EQ(window_->GetField().objects[0]->series.size(), 1u);
+    EXPECT_TRUE(window_->Modified());
+}
+
+TEST_F(WindowTest, RootDirectoryAndGraphFiles) {
+    ASSERT_TRUE(OpenTestField());
+    file_answers_.push_back(folder_.path().toStdString());
+    ASSERT_TRUE(window_->Dispatch(kCmdRootDirectory));
+    EXPECT_EQ(window_->GetSettings().root_path, folder_.path().toStdString());
+    kurvalux_data::Settings stored;
+    ASSERT_TRUE(kurvalux_data::LoadSettings(Path("kurvalux.ini"), stored));
+    EXPECT_EQ(stored.root_path, folder_.path().toStdString());
+
+    window_->show();
+    window_->GetSettings().export_image_width = 640;
+    window_->GetSettings().export_image_depth = 400;
+    file_answers_.push_back(Path("chart.svg"));
+    file_answers_.push_back(Path("chart.png"));
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphSvg));
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphBitmap));
+    EXPECT_EQ(file_requests_[1].request, FileRequest::kSaveSvg);
+    EXPECT_EQ(file_requests_[1].suggested, "Test Binary.svg");
+    EXPECT_EQ(file_requests_[2].request, FileRequest::kSaveImage);
+    // The second export proposes the folder of the first kind's last use only.
+    EXPECT_EQ(file_requests_[2].suggested, "Test Binary.png");
+    QFile svg(QString::fromStdString(Path("chart.svg")));
+    ASSERT_TRUE(svg.open(QIODevice::ReadOnly));
+    QByteArray text = svg.readAll();
+    EXPECT_TRUE(text.contains("<svg")) << text.left(200).toStdString();
+    EXPECT_TRUE(text.contains("Test Binary"));
+    QImage png(QString::fromStdString(Path("chart.png")));
+    EXPECT_EQ(png.size(), QSize(640, 400));
+    EXPECT_TRUE(Boxes().empty());
+    EXPECT_EQ(window_->GetSettings().last_chart_svg_export_path, folder_.path().toStdString());
 }
 
 TEST_F(WindowTest, CheckItemsToggleTheirSettings) {
