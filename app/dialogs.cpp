@@ -15,6 +15,7 @@
 #include <QVBoxLayout>
 
 #include "analysis/model.h"
+#include "analysis/periods/period_dialog_texts.h"
 #include "app/form_dialog.h"
 #include "platform/text.h"
 
@@ -210,11 +211,11 @@ CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& objec
 }
 
 CFrequencyProgressDialog::CFrequencyProgressDialog(QWidget* parent) : QDialog(parent) {
-    setWindowTitle("Frequency analysis");
+    setWindowTitle(kurvalux_analysis::kFrequencyProgressTitle);
     setObjectName(windowTitle());
     setWindowModality(Qt::ApplicationModal);
     auto* layout = new QVBoxLayout(this);
-    layout->addWidget(new QLabel("Processing:", this));
+    layout->addWidget(new QLabel(kurvalux_analysis::kFrequencyProgressText, this));
     bar_ = new QProgressBar(this);
     bar_->setRange(0, 1000);
     bar_->setValue(0);

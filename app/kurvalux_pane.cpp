@@ -133,6 +133,8 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
     right_->setStretchFactor(1, 1);
     addWidget(left_);
     addWidget(right_);
+    // The gap between the panes: 6 pixels at 96 dots per inch, scaled with the screen by Qt.
+    for (QSplitter* s : {static_cast<QSplitter*>(this), left_, right_}) s->setHandleWidth(6);
     setStretchFactor(1, 1);
 
     connect(objects_, &QListWidget::currentRowChanged, this, &CKurvaluxPane::ObjectChanged);

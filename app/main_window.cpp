@@ -18,6 +18,7 @@
 #include <cmath>
 
 #include "analysis/periods/frequency_analysis.h"
+#include "analysis/periods/period_dialog_texts.h"
 #include "analysis/periods/period_from_minima.h"
 #include "app/commands.h"
 #include "app/dialogs.h"
@@ -898,7 +899,7 @@ void CKurvalux::PeriodsFromMinima() {
     if (!gathering.can_search) return;
     kurvalux_analysis::PeriodFromMinimaOptions& last = LastMinimaOptions();
     constexpr double kMax = 1.7976931348623157e308;
-    CFormDialog dialog("Find periods from minima instances", this);
+    CFormDialog dialog(kurvalux_analysis::kMinimaDialogTitle, this);
     dialog.AddReal("Minimal period [d]:", last.min_period, -kMax, kMax);
     dialog.AddReal("Phase difference limit:", last.limit, -kMax, kMax);
     dialog.AddReal("Secondary minimum phase:", last.secondary_phase, -kMax, kMax);
@@ -927,7 +928,7 @@ void CKurvalux::PeriodsByFrequency() {
     kurvalux_analysis::FrequencyAnalysisOptions& last =
         kurvalux_analysis::LastFrequencyAnalysisOptions();
     constexpr double kMax = 1.7976931348623157e308;
-    CFormDialog dialog("Find periods by Frequency Analysis", this);
+    CFormDialog dialog("Find periods by Frequency analysis", this);
     dialog.AddReal("Minimal period [d]:", last.min_period, 0, kMax);
     dialog.AddReal("Maximal period [d]:", last.max_period, 0, kMax);
     dialog.AddReal("Resolution [d]:", last.resolution, 0, kMax);
