@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "analysis/model_kernel_loops.h"
 #include "analysis/model_kernels.h"
 #include "data/field.h"
 
@@ -92,6 +93,62 @@ CLightCurveModel::CLightCurveModel(const LightCurveParameters& parameters) : p_(
 
 double CLightCurveModel::Evaluate(double phase) const {
     return model_math::LightCurveValue(c_, phase);
+}
+
+namespace {
+model_math::LightCurvePartArrays LightCurveArrays(CLightCurveModel::Cache& cache, size_t n) {
+    model_math::LightCurvePartArrays a;
+    for (auto& v : cache.arrays) v.resize(n);
+    for (int k = 0; k < 2; ++k)
+        for (int i = 0; i < 5; ++i) a.profile[k][i] = cache.arrays[5 * k + i].data();
+    for (int i = 0; i < 6; ++i) a.basis[i] = cache.arrays[10 + i].data();
+    return a;
+}
+}  // namespace
+
+void CLightCurveModel::ResidualsKeeping(const double* phases, const double* values,
+                                        const double* offsets, const double* sigmas,
+                                        double* residuals, size_t n, Cache& cache) const {
+    const model_math::LightCurvePartArrays parts = LightCurveArrays(cache, n);
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done = kernels ? kernels->light_curve_residuals_keeping(
+                                      c_, phases, values, offsets, sigmas, residuals, parts, n)
+                                : 0;
+    model_math::LightCurveResidualKeepingLoop<double>(
+        c_, phases + done, values + done, offsets ? offsets + done : nullptr, sigmas + done,
+        residuals + done, model_math::Advance(parts, done), n - done);
+}
+
+void CLightCurveModel::ResidualsFromCache(model_math::ProfileUpdate secondary,
+                                          model_math::ProfileUpdate primary, const double* phases,
+                                          const double* values, const double* offsets,
+                                          const double* sigmas, double* residuals, size_t n,
+                                          const Cache& cache) const {
+    const model_math::LightCurvePartArrays parts = LightCurveArrays(const_cast<Cache&>(cache), n);
+    const detail::KernelSet* kernels = detail::ActiveKernels();
+    const size_t done =
+        kernels ? kernels->light_curve_residuals_from_parts(c_, secondary, primary, phases, values,
+                                                            offsets, sigmas, residuals, parts, n)
+                : 0;
+    model_math::LightCurveResidualFromPartsLoop<double>(
+        c_, secondary, primary, phases + done, values + done, offsets ? offsets + done : nullptr,
+        sigmas + done, residuals + done, model_math::Advance(parts, done), n - done);
+}
+
+void CLightCurveModel::CacheUpdates(const LightCurveParameters& from,
+                                    const LightCurveParameters& to,
+                                    model_math::ProfileUpdate& secondary,
+                                    model_math::ProfileUpdate& primary) {
+    using U = model_math::ProfileUpdate;
+    auto update = [&](bool moved, size_t correction, size_t shape) {
+        const bool bend = from[correction] != to[correction];
+        const bool power = from[shape] != to[shape];
+        if (moved || (bend && power)) return U::kFull;
+        return bend ? U::kBend : power ? U::kShape : U::kKept;
+    };
+    secondary = update(from[lc::kSecPhase] != to[lc::kSecPhase] || from[lc::kDSec] != to[lc::kDSec],
+                       lc::kCSec, lc::kGSec);
+    primary = update(from[lc::kDPri] != to[lc::kDPri], lc::kCPri, lc::kGPri);
 }
 
 double CLightCurveModel::Reference(double phase) const {

@@ -59,6 +59,26 @@ public:
                    const double* sigmas, double* residuals, size_t n) const;
     double Reference(double phase) const;
 
+    // The same residuals, keeping the intermediate values of every point (both profiles and
+    // the harmonic basis) in `cache`; then, for other parameters, the residuals from the cache
+    // with each profile had again as the update says (identical bits to a full evaluation).
+    // The phases, values, offsets and sigmas must be the same arrays both times.
+    struct Cache {
+        std::vector<double> arrays[16];
+    };
+    void ResidualsKeeping(const double* phases, const double* values, const double* offsets,
+                          const double* sigmas, double* residuals, size_t n, Cache& cache) const;
+    void ResidualsFromCache(model_math::ProfileUpdate secondary, model_math::ProfileUpdate primary,
+                            const double* phases, const double* values, const double* offsets,
+                            const double* sigmas, double* residuals, size_t n,
+                            const Cache& cache) const;
+    // The updates that turn parameters `from` into `to`: a profile whose centre or width
+    // changed (or both its correction and shape) is computed anew.
+    static void CacheUpdates(const kurvalux_data::LightCurveParameters& from,
+                             const kurvalux_data::LightCurveParameters& to,
+                             model_math::ProfileUpdate& secondary,
+                             model_math::ProfileUpdate& primary);
+
     const kurvalux_data::LightCurveParameters& Parameters() const { return p_; }
     double kp() const { return kp_; }
     double ip() const { return ip_; }

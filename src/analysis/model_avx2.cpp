@@ -167,10 +167,34 @@ size_t SingleMinimumResidualsFromParts(const mm::SingleMinimumCoefficients& c,
     return pairs + single;
 }
 
+size_t LightCurveResidualsKeeping(const mm::LightCurveCoefficients& c, const double* phases,
+                                  const double* v, const double* o, const double* s, double* r,
+                                  const mm::LightCurvePartArrays& parts, size_t n) {
+    const size_t pairs = PairCount(n), single = SingleCount(n, pairs);
+    mm::LightCurveResidualKeepingLoop<P>(c, phases, v, o, s, r, parts, pairs);
+    mm::LightCurveResidualKeepingLoop<V4>(c, phases + pairs, v + pairs, Skip(o, pairs), s + pairs,
+                                          r + pairs, mm::Advance(parts, pairs), single);
+    return pairs + single;
+}
+size_t LightCurveResidualsFromParts(const mm::LightCurveCoefficients& c,
+                                    mm::ProfileUpdate secondary, mm::ProfileUpdate primary,
+                                    const double* phases, const double* v, const double* o,
+                                    const double* s, double* r,
+                                    const mm::LightCurvePartArrays& parts, size_t n) {
+    const size_t pairs = PairCount(n), single = SingleCount(n, pairs);
+    mm::LightCurveResidualFromPartsLoop<P>(c, secondary, primary, phases, v, o, s, r, parts, pairs);
+    mm::LightCurveResidualFromPartsLoop<V4>(c, secondary, primary, phases + pairs, v + pairs,
+                                            Skip(o, pairs), s + pairs, r + pairs,
+                                            mm::Advance(parts, pairs), single);
+    return pairs + single;
+}
+
 const KernelSet kKernels = {LightCurve,
                             LightCurveResiduals,
                             SingleMinimum,
                             SingleMinimumResiduals,
+                            LightCurveResidualsKeeping,
+                            LightCurveResidualsFromParts,
                             SingleMinimumResidualsKeeping,
                             SingleMinimumResidualsFromParts};
 

@@ -183,6 +183,86 @@ void SingleMinimumResidualFromPartsLoop(const SingleMinimumCoefficients& c,
     }
 }
 
+// The parts of the whole-cycle model, one array each (see LightCurveParts).
+struct LightCurvePartArrays {
+    double* profile[2][5];  // secondary, primary: x, bend, one_minus_power, base, log_base
+    double* basis[6];       // s1, c1, s2, c2, s3, c3
+};
+
+template <class L>
+inline void StoreParts(const LightCurvePartArrays& a, size_t j, const LightCurveParts<L>& p) {
+    using Io = LaneIo<L>;
+    const ProfileParts<L>* profiles[2] = {&p.secondary, &p.primary};
+    for (int k = 0; k < 2; ++k) {
+        Io::Store(a.profile[k][0] + j, profiles[k]->x);
+        Io::Store(a.profile[k][1] + j, profiles[k]->bend);
+        Io::Store(a.profile[k][2] + j, profiles[k]->one_minus_power);
+        Io::Store(a.profile[k][3] + j, profiles[k]->base);
+        Io::Store(a.profile[k][4] + j, profiles[k]->log_base);
+    }
+    const L* basis[6] = {&p.s1, &p.c1, &p.s2, &p.c2, &p.s3, &p.c3};
+    for (int k = 0; k < 6; ++k) Io::Store(a.basis[k] + j, *basis[k]);
+}
+
+template <class L>
+inline LightCurveParts<L> LoadParts(const LightCurvePartArrays& a, size_t j) {
+    using Io = LaneIo<L>;
+    LightCurveParts<L> p;
+    ProfileParts<L>* profiles[2] = {&p.secondary, &p.primary};
+    for (int k = 0; k < 2; ++k) {
+        profiles[k]->x = Io::Load(a.profile[k][0] + j);
+        profiles[k]->bend = Io::Load(a.profile[k][1] + j);
+        profiles[k]->one_minus_power = Io::Load(a.profile[k][2] + j);
+        profiles[k]->base = Io::Load(a.profile[k][3] + j);
+        profiles[k]->log_base = Io::Load(a.profile[k][4] + j);
+    }
+    L* basis[6] = {&p.s1, &p.c1, &p.s2, &p.c2, &p.s3, &p.c3};
+    for (int k = 0; k < 6; ++k) *basis[k] = Io::Load(a.basis[k] + j);
+    return p;
+}
+
+inline LightCurvePartArrays Advance(const LightCurvePartArrays& a, size_t k) {
+    LightCurvePartArrays b = a;
+    for (auto& profile : b.profile)
+        for (double*& p : profile) p += k;
+    for (double*& p : b.basis) p += k;
+    return b;
+}
+
+// (value + offset - m(phase)) / sigma, keeping the parts of every point.
+template <class L>
+void LightCurveResidualKeepingLoop(const LightCurveCoefficients& c, const double* phases,
+                                   const double* values, const double* offsets,
+                                   const double* sigmas, double* residuals,
+                                   const LightCurvePartArrays& parts, size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        LightCurveParts<L> kept;
+        const L model = LightCurveValueKeeping(c, Io::Load(phases + j), kept);
+        L observed = Io::Load(values + j);
+        if (offsets) observed = observed + Io::Load(offsets + j);
+        Io::Store(residuals + j, (observed - model) / Io::Load(sigmas + j));
+        StoreParts(parts, j, kept);
+    }
+}
+
+// The same from kept parts after a change of the coefficients to `c`.
+template <class L>
+void LightCurveResidualFromPartsLoop(const LightCurveCoefficients& c, ProfileUpdate secondary,
+                                     ProfileUpdate primary, const double* phases,
+                                     const double* values, const double* offsets,
+                                     const double* sigmas, double* residuals,
+                                     const LightCurvePartArrays& parts, size_t n) {
+    using Io = LaneIo<L>;
+    for (size_t j = 0; j + Io::kWidth <= n; j += Io::kWidth) {
+        const L model = LightCurveValueFromParts(c, secondary, primary, Io::Load(phases + j),
+                                                 LoadParts<L>(parts, j));
+        L observed = Io::Load(values + j);
+        if (offsets) observed = observed + Io::Load(offsets + j);
+        Io::Store(residuals + j, (observed - model) / Io::Load(sigmas + j));
+    }
+}
+
 // The scalar lane.
 template <>
 struct LaneIo<double> {

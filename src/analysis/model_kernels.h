@@ -34,6 +34,15 @@ struct KernelSet {
                              size_t);
     size_t (*single_minimum_residuals)(const model_math::SingleMinimumCoefficients&, const double*,
                                        const double*, const double*, double*, size_t);
+    size_t (*light_curve_residuals_keeping)(const model_math::LightCurveCoefficients&,
+                                            const double*, const double*, const double*,
+                                            const double*, double*,
+                                            const model_math::LightCurvePartArrays&, size_t);
+    size_t (*light_curve_residuals_from_parts)(const model_math::LightCurveCoefficients&,
+                                               model_math::ProfileUpdate, model_math::ProfileUpdate,
+                                               const double*, const double*, const double*,
+                                               const double*, double*,
+                                               const model_math::LightCurvePartArrays&, size_t);
     size_t (*single_minimum_residuals_keeping)(const model_math::SingleMinimumCoefficients&,
                                                const double*, const double*, const double*, double*,
                                                const model_math::SingleMinimumPartArrays&, size_t);

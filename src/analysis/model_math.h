@@ -248,6 +248,112 @@ inline L LightCurveValue(const LightCurveCoefficients& c, L phase) {
     return value;
 }
 
+// The intermediate values of one eclipse profile at one point (see SingleMinimumParts).
+template <class L>
+struct ProfileParts {
+    L x, bend, one_minus_power, base, log_base;
+};
+
+// EclipseProfile step by step (the same operations, so the same bits), keeping its parts.
+template <class L>
+inline L EclipseProfileKeeping(L x, L amplitude, L inverse_width, double shape, L shape_lane,
+                               L correction, ProfileParts<L>& parts) {
+    L e, e_minus;
+    ExpPair(Abs(inverse_width * x), e, e_minus);
+    const L cosh = L(0.5) * (e + e_minus);
+    const L base = L(1.0) - Exp(L(1.0) - cosh);
+    const L log_base = Log(base);
+    const L power = PowFromLog(base, shape, shape_lane, log_base);
+    const L bend = L(1.0) + (correction * x) * x;
+    const L one_minus_power = L(1.0) - power;
+    parts = {x, bend, one_minus_power, base, log_base};
+    return (amplitude * bend) * one_minus_power;
+}
+
+// How a profile is had again after its coefficients changed: from the kept parts with a new
+// amplitude only, with a new bend (correction), with a new power (shape), or computed anew
+// (centre or width, or both correction and shape).
+enum class ProfileUpdate { kKept, kBend, kShape, kFull };
+
+template <class L>
+inline L EclipseProfileFromParts(ProfileUpdate update, L x, L amplitude, L inverse_width,
+                                 double shape, L shape_lane, L correction, L bend,
+                                 L one_minus_power, L base, L log_base) {
+    if (update == ProfileUpdate::kFull)
+        return EclipseProfile(x, amplitude, inverse_width, shape, shape_lane, correction);
+    if (update == ProfileUpdate::kBend) bend = L(1.0) + (correction * x) * x;
+    if (update == ProfileUpdate::kShape)
+        one_minus_power = L(1.0) - PowFromLog(base, shape, shape_lane, log_base);
+    return (amplitude * bend) * one_minus_power;
+}
+
+// The harmonic sum of LightCurveValue from the basis sin/cos of 2, 4 and 6 pi phase, in its
+// order, skipping zero coefficients.
+template <class L>
+inline L AddHarmonics(const LightCurveCoefficients& c, L value, L s1, L c1, L s2, L c2, L s3,
+                      L c3) {
+    if (!(c.pair1 || c.pair2 || c.pair3)) return value;
+    if (c.harmonic[0] != 0.0) value = value + L(c.harmonic[0]) * s1;
+    if (c.harmonic[1] != 0.0) value = value + L(c.harmonic[1]) * c1;
+    if (c.pair2 || c.pair3) {
+        if (c.harmonic[2] != 0.0) value = value + L(c.harmonic[2]) * s2;
+        if (c.harmonic[3] != 0.0) value = value + L(c.harmonic[3]) * c2;
+        if (c.pair3) {
+            if (c.harmonic[4] != 0.0) value = value + L(c.harmonic[4]) * s3;
+            if (c.harmonic[5] != 0.0) value = value + L(c.harmonic[5]) * c3;
+        }
+    }
+    return value;
+}
+
+// The harmonic basis at a phase: sin and cos of 2 pi phase, then angle addition.
+template <class L>
+inline void HarmonicBasis(L phase, L& s1, L& c1, L& s2, L& c2, L& s3, L& c3) {
+    SinCos(phase * L(6.283185307179586), s1, c1);
+    s2 = L(2.0) * (s1 * c1);
+    c2 = (c1 - s1) * (c1 + s1);
+    s3 = s2 * c1 + c2 * s1;
+    c3 = c2 * c1 - s2 * s1;
+}
+
+// LightCurveValue computed with every part kept: both profiles and the whole harmonic basis
+// (also for pairs that are zero now, since a fit may make them non-zero).
+template <class L>
+struct LightCurveParts {
+    ProfileParts<L> secondary, primary;
+    L s1, c1, s2, c2, s3, c3;
+};
+
+template <class L>
+inline L LightCurveValueKeeping(const LightCurveCoefficients& c, L phase,
+                                LightCurveParts<L>& parts) {
+    L value = L(c.mag0);
+    value = value + EclipseProfileKeeping(phase - L(c.sec_phase), L(c.a_sec), L(c.is), c.g_sec,
+                                          L(c.g_sec), L(c.ks), parts.secondary);
+    const L xp = Select(phase < L(0.5), phase, phase - L(1.0));
+    value = value + EclipseProfileKeeping(xp, L(c.a_pri), L(c.ip), c.g_pri, L(c.g_pri), L(c.kp),
+                                          parts.primary);
+    HarmonicBasis(phase, parts.s1, parts.c1, parts.s2, parts.c2, parts.s3, parts.c3);
+    return AddHarmonics(c, value, parts.s1, parts.c1, parts.s2, parts.c2, parts.s3, parts.c3);
+}
+
+// m(phase) from kept parts after the coefficients changed to `c`; each profile is had again as
+// its update says (the secondary's offset is recomputed only when it is computed anew, since
+// only then may sec_phase have changed).
+template <class L>
+inline L LightCurveValueFromParts(const LightCurveCoefficients& c, ProfileUpdate secondary,
+                                  ProfileUpdate primary, L phase, const LightCurveParts<L>& parts) {
+    L value = L(c.mag0);
+    const ProfileParts<L>& s = parts.secondary;
+    const L xs = secondary == ProfileUpdate::kFull ? phase - L(c.sec_phase) : s.x;
+    value = value + EclipseProfileFromParts(secondary, xs, L(c.a_sec), L(c.is), c.g_sec, L(c.g_sec),
+                                            L(c.ks), s.bend, s.one_minus_power, s.base, s.log_base);
+    const ProfileParts<L>& p = parts.primary;
+    value = value + EclipseProfileFromParts(primary, p.x, L(c.a_pri), L(c.ip), c.g_pri, L(c.g_pri),
+                                            L(c.kp), p.bend, p.one_minus_power, p.base, p.log_base);
+    return AddHarmonics(c, value, parts.s1, parts.c1, parts.s2, parts.c2, parts.s3, parts.c3);
+}
+
 // Coefficients of the single-minimum model.
 struct SingleMinimumCoefficients {
     double m0, t0, s, a, i, g, k;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "analysis/model.h"
+#include "analysis/model_kernels.h"
 #include "platform/text.h"
 
 namespace kurvalux_analysis {
@@ -16,18 +17,36 @@ const std::array<double, lc::kLightCurveParameterCount> kLightCurveUpper = {
 
 namespace {
 
+// The private copy of the phased points and the intermediate values of the last full
+// evaluation: a Jacobian column changes one parameter, and the kept values give its residuals
+// with identical bits, recomputing at most one of the two eclipse profiles.
 struct PhaseData {
     std::vector<double> phase, value, offset, sigma;
+    bool have_cache = false;
+    lc::LightCurveParameters cached = {};
+    CLightCurveModel::Cache cache;
 };
 
+// (value + offset - m(phase)) / sigma, the model's derived quantities recomputed from every
+// trial vector.
 int PhaseResiduals(int m, int, const double* p, double* residuals, double**, void* private_data) {
-    const PhaseData& d = *static_cast<const PhaseData*>(private_data);
+    PhaseData& d = *static_cast<PhaseData*>(private_data);
     lc::LightCurveParameters parameters;
     std::copy(p, p + lc::kLightCurveParameterCount, parameters.begin());
-    // The derived quantities are recomputed from every trial vector.
-    CLightCurveModel(parameters)
-        .Residuals(d.phase.data(), d.value.data(), d.offset.data(), d.sigma.data(), residuals,
-                   size_t(m));
+    const CLightCurveModel model(parameters);
+    int changed = 0;
+    for (size_t k = 0; k < parameters.size(); ++k) changed += parameters[k] != d.cached[k];
+    if (d.have_cache && changed == 1 && detail::PartialEvaluationEnabled()) {
+        model_math::ProfileUpdate secondary, primary;
+        CLightCurveModel::CacheUpdates(d.cached, parameters, secondary, primary);
+        model.ResidualsFromCache(secondary, primary, d.phase.data(), d.value.data(),
+                                 d.offset.data(), d.sigma.data(), residuals, size_t(m), d.cache);
+        return 0;
+    }
+    model.ResidualsKeeping(d.phase.data(), d.value.data(), d.offset.data(), d.sigma.data(),
+                           residuals, size_t(m), d.cache);
+    d.cached = parameters;
+    d.have_cache = true;
     return 0;
 }
 

@@ -282,6 +282,39 @@ TEST(ModelPaths, KeptPartsGiveTheFullEvaluation) {
     EXPECT_FALSE(CSingleMinimumModel::CacheServes(base, both, change));
 }
 
+// The same for the whole-cycle model: any one of the sixteen parameters changed (harmonics
+// from zero included) gives, from the kept parts, the residuals of a full evaluation.
+TEST(ModelPaths, KeptLightCurvePartsGiveTheFullEvaluation) {
+    std::vector<double> phases, values, offsets, sigmas;
+    for (int i = 0; i < 53; ++i) {
+        phases.push_back(-0.05 + i * 0.0197);
+        values.push_back(12.0 + 0.2 * std::cos(i * 0.3));
+        offsets.push_back(i % 3 ? 0.0 : 0.05);
+        sigmas.push_back(0.01);
+    }
+    const LightCurveParameters base = {12.0, 0.5,  0.8, 0.06,  1.2,   0.1, 0.3, 0.07,
+                                       1.1,  -0.2, 0.0, -0.02, 0.002, 0.0, 0.0, 0.0};
+    CLightCurveModel::Cache cache;
+    std::vector<double> kept(phases.size()), full(phases.size()), served(phases.size());
+    CLightCurveModel(base).ResidualsKeeping(phases.data(), values.data(), offsets.data(),
+                                            sigmas.data(), kept.data(), phases.size(), cache);
+    CLightCurveModel(base).Residuals(phases.data(), values.data(), offsets.data(), sigmas.data(),
+                                     full.data(), phases.size());
+    EXPECT_EQ(kept, full);
+    for (size_t k = 0; k < base.size(); ++k) {
+        LightCurveParameters p = base;
+        p[k] = base[k] == 0.0 ? 0.003 : base[k] * 1.01;
+        kurvalux_analysis::model_math::ProfileUpdate secondary, primary;
+        CLightCurveModel::CacheUpdates(base, p, secondary, primary);
+        const CLightCurveModel model(p);
+        model.ResidualsFromCache(secondary, primary, phases.data(), values.data(), offsets.data(),
+                                 sigmas.data(), served.data(), phases.size(), cache);
+        model.Residuals(phases.data(), values.data(), offsets.data(), sigmas.data(), full.data(),
+                        phases.size());
+        EXPECT_EQ(served, full) << kurvalux_data::kLightCurveParameterKeys[k];
+    }
+}
+
 TEST(ModelMath, ElementaryFunctionsAtSpecialArguments) {
     EXPECT_EQ(mm::Exp(0.0), 1.0);
     EXPECT_EQ(mm::Exp(710.0), kInf);

@@ -10,6 +10,7 @@
 
 #include "analysis/fit_all_minima.h"
 #include "analysis/model.h"
+#include "analysis/model_kernels.h"
 #include "analysis/phase_fit.h"
 
 namespace {
@@ -63,6 +64,16 @@ TEST(PhaseFit, Cycle1000WithItsReport) {
     EXPECT_EQ(r.message.lines[0], "Number of data points: 1000");
     EXPECT_EQ(r.message.lines[1], "Initial chi^2: 17021.961668");
     EXPECT_EQ(r.message.lines[2].rfind("Final chi^2: 995.4202", 0), 0u) << r.message.lines[2];
+}
+
+TEST(PhaseFit, KeptPartsChangeNothingInTheFit) {
+    kurvalux_analysis::detail::SetPartialEvaluationEnabled(false);
+    const PhaseFitResult full = FitPhaseCurve(Cycle1000());
+    kurvalux_analysis::detail::SetPartialEvaluationEnabled(true);
+    const PhaseFitResult kept = FitPhaseCurve(Cycle1000());
+    EXPECT_EQ(full.parameters, kept.parameters);
+    EXPECT_EQ(full.final_chi2, kept.final_chi2);
+    EXPECT_EQ(full.fit.nfev, kept.fit.nfev);
 }
 
 TEST(PhaseFit, FifteenPointsAreEnoughFourteenAreNot) {
