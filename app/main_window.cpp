@@ -980,7 +980,7 @@ void CKurvalux::PeriodsByFrequency() {
 // ---- Help
 
 void CKurvalux::UsersGuide() {
-    std::vector<std::string> candidates = {kurvalux_platform::ProgramFolder() + "README.md",
+    std::vector<std::string> candidates = {kurvalux_platform::ProgramFolder() + "users_guide.md",
                                            KURVALUX_USER_GUIDE};
     for (const std::string& path : candidates)
         if (kurvalux_platform::FileExists(path)) {
