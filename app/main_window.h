@@ -1,7 +1,7 @@
 #pragma once
 // CKurvalux: the main window. It owns the one Field, its path and modified flag, the
 // settings, the menus and tool bar built from the command table, the status bar, and the
-// dispatcher that turns every command number into the work of its part.
+// dispatcher that hands every command number to the code that carries it out.
 #include <QMainWindow>
 #include <functional>
 #include <map>

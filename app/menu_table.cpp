@@ -19,7 +19,7 @@ CMenuEntry Sep() {
 CMenuEntry Item(const char* text, int command, const char* shortcut = "") {
     return {MenuRow::kItem, text, shortcut, command, false, true};
 }
-// A command whose feature arrives with a later part of the program: shown, greyed out.
+// A command whose feature arrives with a later version of the program: shown, greyed out.
 CMenuEntry Later(const char* text, int command, const char* shortcut = "") {
     return {MenuRow::kItem, text, shortcut, command, false, false};
 }

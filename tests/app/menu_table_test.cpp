@@ -178,7 +178,7 @@ TEST(MenuTable, RecentFilesOpenTheFieldMenuWithTheirSeparator) {
 }
 
 TEST(MenuTable, LaterFeaturesAreGreyedAndTheRestAvailable) {
-    // Commands whose parts arrive later stay visible but cannot be chosen.
+    // Commands whose features arrive later stay visible but cannot be chosen.
     const std::vector<int> later = {
         1016, 1007, 1008, 1009, 1020, 1021, 1022, 1023, 1024, 1090, 1025, 1026, 1027, 1028,
         1029, 1091, 1060, 1061, 1062, 1063, 1065, 1066, 1067, 1068, 1040, 1041, 1042, 1043,

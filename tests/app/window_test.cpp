@@ -167,7 +167,7 @@ TEST_F(WindowTest, WebCommandsAreRefusedWithoutASession) {
                   (std::vector<std::string>{"Login to some web repository prior",
                                             "to manipulation with shared objects."}));
     }
-    // Commands of later parts do nothing at all; unknown numbers neither.
+    // Commands of features still to come do nothing at all; unknown numbers neither.
     boxes_.Clear();
     EXPECT_FALSE(window_->Dispatch(kCmdExportCsv));
     EXPECT_FALSE(window_->Dispatch(4711));
