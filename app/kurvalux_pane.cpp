@@ -296,6 +296,13 @@ CObjectListElem* CKurvaluxPane::CurrentObject() {
 }
 
 void CKurvaluxPane::Refresh() {
+    // Another field: the first object, its first series, and views that forget what they
+    // showed (an object of the new field may even sit at a freed object's address).
+    object_index_ = 0;
+    series_index_ = -1;
+    shown_object_ = nullptr;
+    minimum_->Forget();
+    phase_fit_->Forget();
     RefreshObjects();
 }
 
@@ -327,6 +334,10 @@ void CKurvaluxPane::ObjectChanged(int row) {
 
 void CKurvaluxPane::RefreshObject() {
     CObjectListElem* object = CurrentObject();
+    // Another object at the current row (one was removed or the list sorted): its own
+    // first series.
+    if (object != shown_object_) series_index_ = -1;
+    shown_object_ = object;
     if (!object || series_index_ >= static_cast<int>(object->series.size())) series_index_ = -1;
     if (object && series_index_ < 0 && !object->series.empty()) series_index_ = 0;
     if (object_index_ >= 0 && object_index_ < objects_->count() && object)

@@ -36,7 +36,7 @@ class CKurvaluxPane : public QSplitter {
 public:
     explicit CKurvaluxPane(CShellHost& host, QWidget* parent = nullptr);
 
-    // Everything again from the Field (after New, Load, a scan).
+    // Everything again from another Field (after New and Load).
     void Refresh();
     // The object list and the selection kept where possible.
     void RefreshObjects();
@@ -128,6 +128,7 @@ private:
     double adjust_m0_ = 0, adjust_period_ = 0, adjust_offset_ = 0;  // values at the press
 
     int object_index_ = -1;
+    const kurvalux_data::CObjectListElem* shown_object_ = nullptr;  // compared only
     int series_index_ = -1;
     bool filling_ = false;
 };

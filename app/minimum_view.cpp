@@ -195,6 +195,11 @@ void CMinimumView::Refill(bool keep_zoom) {
     UpdateLimitsLabel();
 }
 
+void CMinimumView::Forget() {
+    shown_series_ = nullptr;
+    fit_ = {};
+}
+
 void CMinimumView::SetLimits(double from, double to) {
     if (!(to > from)) return;
     t_start_ = from;

@@ -31,6 +31,8 @@ public:
     // Rebuilds the chart for the pane's current object and series. A new series resets the
     // JD limits to its whole span.
     void Refill(bool keep_zoom);
+    // Forgets the series or object shown (another field was loaded).
+    void Forget();
 
     // The fit window (Julian Dates).
     double LimitFrom() const { return t_start_; }

@@ -151,6 +151,11 @@ void CPhaseFitView::Refill(bool keep_zoom) {
     }
 }
 
+void CPhaseFitView::Forget() {
+    shown_object_ = nullptr;
+    preview_ = false;
+}
+
 void CPhaseFitView::BoxesEdited() {
     CObjectListElem* object = pane_.CurrentObject();
     if (!object) return;

@@ -28,6 +28,8 @@ public:
 
     // Rebuilds the chart; a new object loads its parameters into the boxes.
     void Refill(bool keep_zoom);
+    // Forgets the series or object shown (another field was loaded).
+    void Forget();
 
     QLineEdit* ParameterBox(size_t i) { return boxes_[i]; }
     QCheckBox* FitSwitch(size_t i) { return free_[i]; }

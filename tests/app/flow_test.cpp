@@ -103,6 +103,29 @@ TEST_F(WindowTest, MinimumViewWalksThePredictedMinimaAndTheSeries) {
     EXPECT_EQ(pane.CurrentSeriesIndex(), 0);
 }
 
+TEST_F(WindowTest, AnotherFieldStartsTheViewsAfresh) {
+    ASSERT_TRUE(OpenTestField());
+    CKurvaluxPane& pane = *window_->Pane();
+    pane.ShowTab(kTabMinimum);
+    pane.SelectSeries(1);
+    CMinimumView& view = *pane.MinimumView();
+    view.SetLimits(2459003.41, 2459003.51);
+    view.FitMinimum();
+    ASSERT_TRUE(view.Fitted());
+    ASSERT_TRUE(OpenTestField());
+    EXPECT_EQ(pane.CurrentObjectIndex(), 0);
+    EXPECT_EQ(pane.CurrentSeriesIndex(), 0);
+    EXPECT_FALSE(view.Fitted());
+    EXPECT_DOUBLE_EQ(view.LimitFrom(), 2459000.44);
+    // Removing the object shows the next one with its own first series.
+    pane.SelectObject(0);
+    boxes_.QueueAnswer(MessageAnswer::Yes);
+    ASSERT_TRUE(window_->Dispatch(kCmdRemoveObject));
+    EXPECT_EQ(window_->GetField().objects[0]->name, "Empty Star");
+    EXPECT_EQ(pane.CurrentSeriesIndex(), -1);
+    EXPECT_EQ(window_->CurrentStatusTexts().series, "0/0 series");
+}
+
 TEST_F(WindowTest, MinimumViewRefusals) {
     ASSERT_TRUE(OpenTestField());
     CKurvaluxPane& pane = *window_->Pane();
