@@ -195,7 +195,7 @@ CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& objec
             if (ephemeris) {
                 kurvalux_analysis::CycleOC c =
                     kurvalux_analysis::CycleAndOC(m.time, m.type, object.m0, object.period);
-                set(4, FormatFixed(c.cycle, 1));
+                set(4, kurvalux_platform::FormatFixedAlways(c.cycle, 1));
                 set(5, FormatFixed(c.oc, 6));
             }
             set(6, m.enabled ? "yes" : "no");

@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
@@ -626,8 +627,14 @@ void CKurvalux::AddObject(bool insert) {
     dialog.AddText("Photometry folder:", Q(settings_.root_path), kurvalux_data::kPathCapacity);
     dialog.AddText("Folder key:", "", kurvalux_data::kPathCapacity);
     dialog.AddText("File names:", "*.txt", kurvalux_data::kPathCapacity);
+    auto* browse = new QPushButton("Choose folder...");
+    dialog.AddWidget("", browse);
+    connect(browse, &QPushButton::clicked, &dialog, [this, &dialog] {
+        std::string folder = ChooseFile(FileRequest::kFolder, dialog.Text("Photometry folder:"));
+        if (!folder.empty()) dialog.SetBoxText("Photometry folder:", Q(folder));
+    });
     dialog.AddNote(
-        "The photometry files of the folder (or of its sub-folders matching the\n"
+        "The photometry files of the folder (or of its sub-folders matching the "
         "folder key) whose names match the file names become the object's series.");
     for (;;) {
         if (RunDialog(dialog) != QDialog::Accepted) return;

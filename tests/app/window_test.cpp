@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QMenu>
+#include <QPushButton>
 
 #include "app/commands.h"
 #include "app/form_dialog.h"
@@ -293,6 +294,30 @@ TEST_F(WindowTest, RootDirectoryAndGraphFiles) {
     EXPECT_EQ(png.size(), QSize(640, 400));
     EXPECT_TRUE(Boxes().empty());
     EXPECT_EQ(window_->GetSettings().last_chart_svg_export_path, folder_.path().toStdString());
+}
+
+TEST_F(WindowTest, ANewObjectTakesThePhotometryOfItsFolder) {
+    const std::string folder = folder_.path().toStdString();
+    scripts_.push_back([&](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        form.SetBoxText("Object name:", "Folder Star");
+        // "Choose folder..." asks for a folder and fills the box.
+        file_answers_.push_back(folder);
+        for (QPushButton* button : form.findChildren<QPushButton*>())
+            if (button->text() == "Choose folder...") button->click();
+        EXPECT_EQ(form.Text("Photometry folder:"), folder);
+        form.SetBoxText("File names:", "night?.txt");
+        return static_cast<int>(QDialog::Accepted);
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdAddObject));
+    ASSERT_EQ(window_->GetField().objects.size(), 1u);
+    const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    EXPECT_EQ(object.absolute_path, folder);
+    EXPECT_EQ(object.file_names, "night?.txt");
+    ASSERT_EQ(object.series.size(), 2u);
+    EXPECT_EQ(object.series[0]->FirstTime(), 2459000.44);
+    EXPECT_EQ(file_requests_[0].request, FileRequest::kFolder);
+    EXPECT_EQ(window_->CurrentStatusTexts().series, "1/2 series");
 }
 
 TEST_F(WindowTest, CheckItemsToggleTheirSettings) {
