@@ -177,11 +177,7 @@ int MeasureRepaint(CKurvalux& window, long count) {
     };
     auto measure = [&](const char* what, int rounds) {
         std::vector<double> ms;
-        for (int i = 0; i < rounds; ++i) {
-            if (std::string(what) == "pan")
-                canvas->ScrollTo(canvas->VisibleFrom() > 0 ? 100 * i : 0);
-            ms.push_back(canvas->Render());
-        }
+        for (int i = 0; i < rounds; ++i) ms.push_back(canvas->Render());
         std::printf("repaint_%s_ms median %.1f max %.1f (%d repaints, %dx%d pixels, %ld points)\n",
                     what, median(ms), *std::max_element(ms.begin(), ms.end()), rounds,
                     canvas->Image().width(), canvas->Image().height(), count);
