@@ -7,8 +7,10 @@
 #if defined(__x86_64__) && defined(__AVX512F__)
 // GCC 12 reports its own AVX-512 intrinsics (which start from _mm512_undefined_pd) as "maybe
 // uninitialized" once inlined (their __Y = __Y idiom); the warning is about the header.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #pragma GCC diagnostic ignored "-Wuninitialized"
+#endif
 #include <immintrin.h>
 
 namespace kurvalux_analysis::detail {
