@@ -17,6 +17,7 @@
 #include "analysis/model.h"
 #include "analysis/periods/period_dialog_texts.h"
 #include "app/form_dialog.h"
+#include "app/qt_platform.h"
 #include "platform/text.h"
 
 namespace kurvalux_app {
@@ -210,7 +211,8 @@ CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& objec
     resize(640, 400);
 }
 
-CFrequencyProgressDialog::CFrequencyProgressDialog(QWidget* parent) : QDialog(parent) {
+CFrequencyProgressDialog::CFrequencyProgressDialog(QWidget* parent, uint64_t total)
+    : QDialog(parent), total_(total) {
     setWindowTitle(kurvalux_analysis::kFrequencyProgressTitle);
     setObjectName(windowTitle());
     setWindowModality(Qt::ApplicationModal);
@@ -224,6 +226,27 @@ CFrequencyProgressDialog::CFrequencyProgressDialog(QWidget* parent) : QDialog(pa
     auto* box = new QDialogButtonBox(QDialogButtonBox::Cancel, this);
     connect(box, &QDialogButtonBox::rejected, this, &CFrequencyProgressDialog::reject);
     layout->addWidget(box);
+    auto* receiver = new CPostReceiver(
+        [this](uint32_t message, intptr_t a, intptr_t b) { Posted(message, a, b); }, this);
+    poster_ = std::make_unique<CQtPoster>(receiver);
+}
+
+void CFrequencyProgressDialog::Posted(uint32_t message, intptr_t a, intptr_t b) {
+    if (a < 0 || a > 4096) return;
+    const size_t worker = static_cast<size_t>(a);
+    if (message == kurvalux_platform::kMsgFrequencyProgress) {
+        if (done_.size() <= worker) done_.resize(worker + 1, 0);
+        done_[worker] = static_cast<uint64_t>(std::max<intptr_t>(0, b));
+        SetProgress(Done(), total_);
+    } else if (message == kurvalux_platform::kMsgFrequencyDone) {
+        ++ended_;
+    }
+}
+
+uint64_t CFrequencyProgressDialog::Done() const {
+    uint64_t sum = 0;
+    for (uint64_t d : done_) sum += d;
+    return sum;
 }
 
 void CFrequencyProgressDialog::SetProgress(uint64_t done, uint64_t total) {

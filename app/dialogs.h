@@ -3,10 +3,13 @@
 // of minima and the progress of a frequency analysis.
 #include <QDialog>
 #include <functional>
+#include <memory>
+#include <vector>
 
 #include "data/field.h"
 #include "data/settings.h"
 #include "platform/message_box.h"
+#include "platform/posting.h"
 
 class QListWidget;
 class QTableWidget;
@@ -60,12 +63,17 @@ private:
     QTableWidget* table_;
 };
 
-// "Frequency analysis": "Processing:" with a bar meter and Cancel.
+// "Frequency analysis": "Processing:" with a bar meter and Cancel. The workers' posted
+// messages arrive through Poster(): 4924 (a = worker, b = periods that worker has done) moves
+// the bar, 4925 (a = worker) says a worker has finished.
 class CFrequencyProgressDialog : public QDialog {
     Q_OBJECT
 public:
-    explicit CFrequencyProgressDialog(QWidget* parent = nullptr);
+    explicit CFrequencyProgressDialog(QWidget* parent = nullptr, uint64_t total = 0);
     void SetProgress(uint64_t done, uint64_t total);
+    kurvalux_platform::CPoster* Poster() { return poster_.get(); }
+    uint64_t Done() const;
+    unsigned WorkersEnded() const { return ended_; }
     bool Cancelled() const { return cancelled_; }
     QProgressBar* Bar() { return bar_; }
 
@@ -74,8 +82,14 @@ public slots:
     void reject() override;
 
 private:
+    void Posted(uint32_t message, intptr_t a, intptr_t b);
+
     QProgressBar* bar_;
     bool cancelled_ = false;
+    uint64_t total_ = 0;
+    std::vector<uint64_t> done_;  // per worker
+    unsigned ended_ = 0;
+    std::unique_ptr<kurvalux_platform::CPoster> poster_;
 };
 
 }  // namespace kurvalux_app

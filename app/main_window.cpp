@@ -963,18 +963,22 @@ void CKurvalux::PeriodsByFrequency() {
     last.resolution = dialog.Real("Resolution [d]:");
     last.double_periods = dialog.Checked("Double the periods (one minimum per cycle found)");
 
-    CFrequencyProgressDialog progress(this);
+    const int64_t grid_steps = kurvalux_analysis::FrequencyAnalysisSteps(last);
+    CFrequencyProgressDialog progress(this,
+                                      grid_steps >= 0 ? static_cast<uint64_t>(grid_steps) + 1 : 0);
     progress.show();
     QApplication::setOverrideCursor(Qt::BusyCursor);
-    // The wait dispatches the window's events, so it keeps painting and Cancel works; the
-    // dialog is modal, so nothing else can touch the field meanwhile.
+    // The workers' messages reach the dialog as queued events; the wait dispatches them, so
+    // the window keeps painting and Cancel works. The dialog is modal: nothing else can touch
+    // the field meanwhile.
     kurvalux_analysis::FrequencyCommandResult result =
-        kurvalux_analysis::RunFrequencyAnalysisCommand(*object, last, nullptr,
-                                                       [&progress](uint64_t done, uint64_t total) {
-                                                           progress.SetProgress(done, total);
+        kurvalux_analysis::RunFrequencyAnalysisCommand(*object, last, progress.Poster(),
+                                                       [&progress](uint64_t, uint64_t) {
                                                            QCoreApplication::processEvents();
                                                            return !progress.Cancelled();
                                                        });
+    // Messages still queued are delivered before the dialog goes.
+    QCoreApplication::processEvents();
     QApplication::restoreOverrideCursor();
     progress.hide();
     // A cancelled analysis adds nothing and says so ("Frequency analysis failed").
