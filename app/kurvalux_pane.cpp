@@ -143,7 +143,11 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
             &CKurvaluxPane::SeriesSelectionChanged);
     connect(series_, &QTreeWidget::itemDoubleClicked, this,
             [this](QTreeWidgetItem* item, int column) {
-                if (column == 1 && !item->parent()) series_->editItem(item, 1);
+                if (item->parent()) return;
+                if (column == 1)
+                    series_->editItem(item, 1);
+                else
+                    EditSeries(item->data(0, kSeriesRole).toInt());
             });
     connect(tabs_, &QTabWidget::currentChanged, this, &CKurvaluxPane::TabChanged);
     // A click on a point selects its series.
@@ -509,6 +513,37 @@ void CKurvaluxPane::SeriesItemChanged(QTreeWidgetItem* item, int column) {
         item->setText(1, Q(kurvalux_platform::FormatFixedAlways(series.offset, 3)));
         filling_ = false;
     }
+}
+
+void CKurvaluxPane::EditSeries(int index) {
+    CObjectListElem* object = CurrentObject();
+    if (!object || index < 0 || index >= static_cast<int>(object->series.size())) return;
+    CSeriesTreeElem& series = *object->series[static_cast<size_t>(index)];
+    const char* offset_label = object->is_flux ? "Series flux factor:" : "Series offset [Mag]:";
+    CFormDialog dialog(QString("Series %1").arg(index + 1), this);
+    dialog.AddReal(offset_label, series.offset, -1e6, 1e6);
+    dialog.AddText("Filter:", Q(series.meta_data.filter), kurvalux_data::kFilterCapacity);
+    dialog.AddChoice("JD type:", {"as the file says", "geocentric (GJD)", "heliocentric (HJD)"},
+                     static_cast<int>(series.meta_data.jd_type));
+    dialog.AddCheck("Series enabled", series.enabled);
+    dialog.AddNote(Q("File: " + JdTypeText(series) + ", filter \"" + series.file_meta_data.filter +
+                     "\"; a JD type set here applies when the "
+                     "field is loaded again."));
+    if (host_.RunDialog(dialog) != QDialog::Accepted) return;
+    double offset = dialog.Real(offset_label);
+    std::string filter =
+        kurvalux_platform::Cut(dialog.Text("Filter:"), kurvalux_data::kFilterCapacity);
+    uint32_t jd_type = static_cast<uint32_t>(std::max(0, dialog.Choice("JD type:")));
+    bool enabled = dialog.Checked("Series enabled");
+    if (offset == series.offset && filter == series.meta_data.filter &&
+        jd_type == series.meta_data.jd_type && enabled == series.enabled)
+        return;
+    series.offset = offset;
+    series.meta_data.filter = filter;
+    series.meta_data.jd_type = jd_type;
+    series.enabled = enabled;
+    host_.MarkModified();
+    RefreshObject();
 }
 
 void CKurvaluxPane::SeriesSelectionChanged() {

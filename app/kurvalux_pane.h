@@ -55,6 +55,8 @@ public:
     // The minimum selected in the series tree: series and index; false when none.
     bool CurrentMinimum(int& series, int& index) const;
     void SelectMinimum(int series, int index);
+    // The series' own settings: offset (or flux factor), filter, JD type, enabled.
+    void EditSeries(int index);
 
     QTabWidget* Tabs() { return tabs_; }
     void ShowTab(ChartTab tab);

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QMenu>
 #include <QPushButton>
+#include <QTreeWidget>
 
 #include "app/commands.h"
 #include "app/form_dialog.h"
@@ -391,6 +392,34 @@ TEST_F(WindowTest, MinimaCommandsWorkOnTheSelectedMinimum) {
                                         "2459000.500000 of series 1?"}));
     ASSERT_EQ(object.series[0]->minima.size(), 1u);
     EXPECT_EQ(object.series[0]->minima[0].time, 2459000.25);
+}
+
+TEST_F(WindowTest, SeriesSettingsThroughTheirForm) {
+    ASSERT_TRUE(OpenTestField());
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        EXPECT_EQ(d.windowTitle().toStdString(), "Series 2");
+        EXPECT_EQ(form.Text("Series offset [Mag]:"), "0");
+        form.SetBoxText("Series offset [Mag]:", "-0.125");
+        form.SetBoxText("Filter:", "Rc");
+        form.SetChoice("JD type:", 2);
+        return static_cast<int>(QDialog::Accepted);
+    });
+    window_->Pane()->EditSeries(1);
+    const kurvalux_data::CSeriesTreeElem& series = *window_->GetField().objects[0]->series[1];
+    EXPECT_EQ(series.offset, -0.125);
+    EXPECT_EQ(series.meta_data.filter, "Rc");
+    EXPECT_EQ(series.meta_data.jd_type, kurvalux_data::kJdHeliocentric);
+    EXPECT_TRUE(series.enabled);
+    EXPECT_TRUE(window_->Modified());
+    // The tree shows the new offset and the series' own filter over the file's.
+    QTreeWidgetItem* item = window_->Pane()->SeriesTree()->topLevelItem(1);
+    EXPECT_EQ(item->text(1).toStdString(), "-0.125");
+    EXPECT_EQ(item->text(2).toStdString(), "Rc");
+    // Cancel changes nothing.
+    window_->SetModified(false);
+    window_->Pane()->EditSeries(1);
+    EXPECT_FALSE(window_->Modified());
 }
 
 TEST_F(WindowTest, SeriesSelectionByFilter) {
