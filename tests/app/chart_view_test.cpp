@@ -102,3 +102,42 @@ TEST_F(ChartViewTest, RubberBandAndWheelZoomAndAClickPicksTheSeries) {
 
 }  // namespace
 }  // namespace kurvalux_app
+
+namespace kurvalux_app {
+namespace {
+
+// The example field opens without a box, and every tab of every object draws a chart, or says
+// why it cannot (an object without ephemeris has no phased curve).
+TEST_F(WindowTest, EveryTabOfTheExampleFieldDraws) {
+    ASSERT_TRUE(window_->OpenField(KURVALUX_SOURCE_DIR "/examples/demo/demo.kvf"));
+    EXPECT_TRUE(Boxes().empty());
+    window_->resize(1100, 800);
+    window_->show();
+    CKurvaluxPane& pane = *window_->Pane();
+    const auto& objects = window_->GetField().objects;
+    ASSERT_EQ(objects.size(), 3u);
+    for (int o = 0; o < 3; ++o) {
+        pane.SelectObject(o);
+        const bool ephemeris = objects[o]->m0 != 0 && objects[o]->period != 0;
+        for (int tab = 0; tab < kTabCount; ++tab) {
+            pane.ShowTab(static_cast<ChartTab>(tab));
+            CChartCanvas* canvas = pane.Canvas(static_cast<ChartTab>(tab));
+            canvas->Render();
+            const bool phased = tab == kTabPhased || tab == kTabPhasedFit;
+            if (phased && !ephemeris) {
+                EXPECT_FALSE(canvas->HasChart());
+                EXPECT_EQ(canvas->Message().toStdString(),
+                          "Cannot draw phased light curve if M0 and/or P is not defined");
+            } else {
+                EXPECT_TRUE(canvas->HasChart()) << objects[o]->name << " tab " << tab << ": "
+                                                << canvas->Message().toStdString();
+                EXPECT_FALSE(canvas->Pane()->PlotPoints().empty());
+            }
+        }
+    }
+    EXPECT_TRUE(Boxes().empty());
+    EXPECT_FALSE(window_->Modified());
+}
+
+}  // namespace
+}  // namespace kurvalux_app
