@@ -180,47 +180,42 @@ bool FieldTextReader::ReadObject(CObjectListElem& o) {
     }
 }
 
-// Reads every pending series file, in parallel when asked; each worker fills only the
-// series it took, so the result does not depend on the order in which they finish.
-void LoadPendingSeries(std::vector<PendingSeries>& pending, const PathBases& bases, bool parallel) {
+// Runs work(i) for every i below count, spread over the processors when asked. Each item is
+// independent of the others, so the result does not depend on the order they finish in.
+template <class Work>
+void ForEachItem(size_t count, bool parallel, Work work) {
     std::atomic<size_t> next{0};
-    auto work = [&] {
-        for (size_t i = next++; i < pending.size(); i = next++)
-            pending[i].loaded =
-                LoadSeriesData(*pending[i].series, bases, pending[i].error, pending[i].path);
+    auto worker = [&] {
+        for (size_t i = next++; i < count; i = next++) work(i);
     };
-    const unsigned threads = parallel ? std::min<unsigned>(kurvalux_platform::ProcessorCount(),
-                                                           static_cast<unsigned>(pending.size()))
-                                      : 1;
+    const unsigned threads =
+        parallel
+            ? static_cast<unsigned>(std::min<size_t>(kurvalux_platform::ProcessorCount(), count))
+            : 1;
     if (threads <= 1) {
-        work();
+        worker();
         return;
     }
     std::vector<std::jthread> workers;
-    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(work);
+    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(worker);
 }
 
-// The heliocentric conversion of the series' inner points, each series converted by one
-// thread; every time depends only on itself, so the result is that of a sequential load.
+// Reads every pending series file; each worker fills only the series it took.
+void LoadPendingSeries(std::vector<PendingSeries>& pending, const PathBases& bases, bool parallel) {
+    ForEachItem(pending.size(), parallel, [&](size_t i) {
+        pending[i].loaded =
+            LoadSeriesData(*pending[i].series, bases, pending[i].error, pending[i].path);
+    });
+}
+
+// The heliocentric conversion of the series' inner points, one series per item; every time
+// depends only on itself, so the result is that of a sequential load.
 void ConvertDeferred(const std::vector<CObjectListElem::DeferredConversion>& conversions,
                      bool parallel) {
-    std::atomic<size_t> next{0};
-    auto work = [&] {
-        for (size_t i = next++; i < conversions.size(); i = next++) {
-            const auto& c = conversions[i];
-            ConvertToHeliocentric(*c.series, c.ra, c.dec, 1, c.series->times.size() - 1);
-        }
-    };
-    const unsigned threads = parallel
-                                 ? std::min<unsigned>(kurvalux_platform::ProcessorCount(),
-                                                      static_cast<unsigned>(conversions.size()))
-                                 : 1;
-    if (threads <= 1) {
-        work();
-        return;
-    }
-    std::vector<std::jthread> workers;
-    for (unsigned i = 0; i < threads; ++i) workers.emplace_back(work);
+    ForEachItem(conversions.size(), parallel, [&](size_t i) {
+        const auto& c = conversions[i];
+        ConvertToHeliocentric(*c.series, c.ra, c.dec, 1, c.series->times.size() - 1);
+    });
 }
 
 }  // namespace
