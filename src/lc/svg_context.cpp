@@ -51,6 +51,14 @@ void AppendBounded(std::string& out, const std::string& text) {
     out.append(text, 0, CSVGContext::kStateCapacity);
 }
 
+// "stroke:S;stroke-width:W", the pen part of the line, polyline and circle styles.
+void AppendStroke(std::string& out, const std::string& stroke, const std::string& width) {
+    out += "stroke:";
+    AppendBounded(out, stroke);
+    out += ";stroke-width:";
+    AppendBounded(out, width);
+}
+
 void AppendAttribute(std::string& out, const char* name, long value) {
     out += ' ';
     out += name;
@@ -152,10 +160,8 @@ void CSVGContext::DrawLine(int x1, int y1, int x2, int y2) {
     AppendAttribute(element_, "y1", y1);
     AppendAttribute(element_, "x2", x2);
     AppendAttribute(element_, "y2", y2);
-    element_ += " style=\"stroke:";
-    AppendBounded(element_, stroke_);
-    element_ += ";stroke-width:";
-    AppendBounded(element_, width_);
+    element_ += " style=\"";
+    AppendStroke(element_, stroke_, width_);
     element_ += "\" />\r\n";
     output_->Append(element_);
 }
@@ -169,10 +175,8 @@ void CSVGContext::DrawPolyline(size_t count, const int* xs, const int* ys) {
         AppendInt(element_, ys[i]);
         element_ += ' ';
     }
-    element_ += "\" style=\"fill:none;stroke:";
-    AppendBounded(element_, stroke_);
-    element_ += ";stroke-width:";
-    AppendBounded(element_, width_);
+    element_ += "\" style=\"fill:none;";
+    AppendStroke(element_, stroke_, width_);
     element_ += "\" />\r\n";
     output_->Append(element_);
 }
@@ -183,10 +187,8 @@ void CSVGContext::DrawCircle(int cx, int cy, int r) {
     AppendAttribute(element_, "cx", cx);
     AppendAttribute(element_, "cy", cy);
     AppendAttribute(element_, "r", r);
-    element_ += " style=\"stroke:";
-    AppendBounded(element_, stroke_);
-    element_ += ";stroke-width:";
-    AppendBounded(element_, width_);
+    element_ += " style=\"";
+    AppendStroke(element_, stroke_, width_);
     element_ += ";fill:none\" />\r\n";
     output_->Append(element_);
 }
@@ -197,16 +199,9 @@ void CSVGContext::DrawFilledCircle(int cx, int cy, int r, bool outline) {
     AppendAttribute(element_, "cx", cx);
     AppendAttribute(element_, "cy", cy);
     AppendAttribute(element_, "r", r);
-    element_ += " style=\"stroke:";
-    if (outline) {
-        AppendBounded(element_, stroke_);
-        element_ += ";stroke-width:";
-        AppendBounded(element_, width_);
-    } else {
-        // Without an outline the rim takes the fill colour, so the disc keeps its size.
-        AppendBounded(element_, fill_);
-        element_ += ";stroke-width:1px";
-    }
+    element_ += " style=\"";
+    // Without an outline the rim takes the fill colour, so the disc keeps its size.
+    AppendStroke(element_, outline ? stroke_ : fill_, outline ? width_ : std::string("1px"));
     element_ += ";fill:";
     AppendBounded(element_, fill_);
     element_ += "\" />\r\n";
