@@ -2,6 +2,7 @@
 // The Field: the program's one document. An ordered list of objects (stars), each with its
 // photometry series, the minima timed on them, meta-data, an ephemeris and the parameters of
 // the light-curve model. Unset values are sentinels, not flags.
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -173,6 +174,19 @@ struct CPathListElem {
 void ConvertToHeliocentric(CSeriesTreeElem& series, double ra, double dec, size_t first,
                            size_t last);
 
+// A series whose photometry file could not be read when the field was loaded (moved,
+// renamed, on a drive that is not mounted). Nothing is drawn or fitted from it, but its block
+// (paths, offset, switch, meta-data and the minima timed on it) is kept as it was read and
+// written back unchanged until the user removes it or its file is found again.
+struct CUnavailableSeries {
+    std::unique_ptr<CLocalSeriesTreeElem> series;
+    std::string path;    // the path tried last
+    std::string reason;  // why it could not be read
+    // Where it stood among the object's series: the first time of the series before it in the
+    // field file, -infinity when it came first. The writer puts it back in that place.
+    double after_time = -HUGE_VAL;
+};
+
 class CObjectListElem {
 public:
     CObjectListElem() = default;
@@ -217,6 +231,8 @@ public:
     std::vector<std::unique_ptr<CWebSeriesLocalDataTreeElem>> web_series_local_data;
     // Candidate periods offered by the "P:" box; best first.
     std::vector<CPeriodListElem> periods;
+    // Series kept from the field file whose photometry cannot be read now, in file order.
+    std::vector<CUnavailableSeries> unavailable_series;
 
     size_t SeriesCount() const { return series.size(); }
 

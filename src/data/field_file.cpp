@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <thread>
 
 #include "data/keyword_scanner.h"
@@ -247,6 +248,9 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
     std::vector<CObjectListElem::DeferredConversion> conversions;
     const CObjectListElem* last_object = nullptr;
     int objects_done = 0;
+    // The first time of the series read last in the current object: where an unavailable
+    // series that follows it belongs.
+    double previous_first_time = -HUGE_VAL;
     for (LoadEvent& event : reader.events) {
         if (event.pending == SIZE_MAX) {
             messages.Error("Error", event.message);
@@ -254,21 +258,29 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
             continue;
         }
         PendingSeries& p = reader.pending[event.pending];
-        if (options.progress && p.object != last_object) {
-            options.progress(objects_done++, announced);
+        if (p.object != last_object) {
+            if (options.progress) options.progress(objects_done++, announced);
             last_object = p.object;
+            previous_first_time = -HUGE_VAL;
         }
         if (!p.loaded) {
+            // The file may only be out of reach today: the series, its minima and settings
+            // stay in the field, unused, rather than being lost on the next save.
             messages.Error("Error", {"Cannot load series photometry data:", p.path, p.error,
-                                     "Series removed from the field"});
-            result.series_removed = true;
+                                     kSeriesKeptUnavailable});
+            p.object->unavailable_series.push_back(
+                {std::move(p.series), p.path, p.error, previous_first_time});
+            ++result.series_unavailable;
             continue;
         }
+        CSeriesTreeElem* added = p.series.get();
         std::vector<std::string> refusal;
         CObjectListElem::DeferredConversion conversion;
         if (!p.object->AddSeries(std::move(p.series), p.path, refusal, &conversion)) {
             messages.Error("Error", refusal);
             result.series_removed = true;
+        } else {
+            previous_first_time = added->FirstTime();
         }
         if (conversion.series) conversions.push_back(conversion);
     }

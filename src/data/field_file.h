@@ -23,7 +23,11 @@ struct FieldLoadOptions {
 struct FieldLoadResult {
     bool ok = false;
     bool series_removed = false;  // the Field must then be marked changed
+    int series_unavailable = 0;   // kept, but their photometry files could not be read
 };
+
+// The last line of the box about a series whose photometry file cannot be read.
+constexpr const char* kSeriesKeptUnavailable = "Series kept as unavailable until its file is found";
 
 // Loads `path` into `field` (its objects are replaced). Failures and refused series are
 // shown through `messages` with their exact titles and texts.

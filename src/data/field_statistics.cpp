@@ -12,6 +12,10 @@ FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only) {
     double days = 0;
     s.objects = static_cast<long>(field.objects.size());
     for (const auto& object : field.objects) {
+        for (const auto& unavailable : object->unavailable_series) {
+            ++s.unavailable_series;
+            s.unavailable_minima += static_cast<long>(unavailable.series->minima.size());
+        }
         for (const auto& series : object->series) {
             const double span = series->LastTime() - series->FirstTime();
             if (short_only && !(span < 1.0)) continue;
@@ -33,13 +37,17 @@ FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only) {
 }
 
 std::vector<std::string> FieldStatisticsLines(const FieldStatistics& s) {
-    return {"Field contains:",
-            std::to_string(s.objects) + " objects",
-            std::to_string(s.series) + " series",
-            std::to_string(s.minima) + " minima",
-            std::to_string(s.points) + " points",
-            std::to_string(s.nights) + " nights",
-            std::to_string(s.obs_hours) + " obs. hours"};
+    std::vector<std::string> lines = {"Field contains:",
+                                      std::to_string(s.objects) + " objects",
+                                      std::to_string(s.series) + " series",
+                                      std::to_string(s.minima) + " minima",
+                                      std::to_string(s.points) + " points",
+                                      std::to_string(s.nights) + " nights",
+                                      std::to_string(s.obs_hours) + " obs. hours"};
+    if (s.unavailable_series > 0)
+        lines.push_back(std::to_string(s.unavailable_series) + " unavailable series (" +
+                        std::to_string(s.unavailable_minima) + " minima)");
+    return lines;
 }
 
 }  // namespace kurvalux_data

@@ -14,13 +14,18 @@ struct FieldStatistics {
     long points = 0;
     long nights = 0;     // distinct integer JDs among the points counted
     long obs_hours = 0;  // summed series spans in days x 24, rounded half up
+    // Series kept although their photometry files cannot be read, and the minima timed on
+    // them; counted apart, since none of their points is there to count.
+    long unavailable_series = 0;
+    long unavailable_minima = 0;
 };
 
 // All series, or (short_only) only the series spanning less than one day, which leaves out
 // survey data that covers months.
 FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only);
 
-// The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours".
+// The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours", and
+// when there are any, "N unavailable series (M minima)".
 std::vector<std::string> FieldStatisticsLines(const FieldStatistics& statistics);
 
 constexpr const char* kFieldStatisticsTitle = "Statistics of Field";

@@ -1,5 +1,8 @@
 #include "data/keyword_scanner.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "data/number_syntax.h"
 #include "platform/text.h"
 
@@ -77,8 +80,14 @@ bool CKeywordScanner::ReadNumber(double& value) {
     const size_t start = position_;
     SkipBlanks();
     const char* p = text_.data() + position_;
-    if (!ParseDecimalNumber(p, text_.data() + text_.size(), value))
-        return FailWithToken("Expected number: ", start);
+    switch (ParseDecimalNumberChecked(p, text_.data() + text_.size(), value)) {
+        case NumberParse::NotANumber:
+            return FailWithToken("Expected number: ", start);
+        case NumberParse::OutOfRange:
+            return FailWithToken("Number out of range: ", start);
+        case NumberParse::Ok:
+            break;
+    }
     position_ = static_cast<size_t>(p - text_.data());
     return true;
 }
@@ -193,8 +202,38 @@ void CKeywordWriter::Raw(std::string_view key, std::string_view value) {
     Line(line);
 }
 
+namespace {
+
+// Digits before the point in a fixed-point text ("-12.5" has 2).
+int IntegerDigits(const std::string& text) {
+    const size_t begin = text[0] == '-' ? 1 : 0;
+    const size_t point = text.find('.');
+    return static_cast<int>((point == std::string::npos ? text.size() : point) - begin);
+}
+
+}  // namespace
+
+std::string FormatFileNumber(double value, int decimals) {
+    // The reader adds the fraction digits one by one, each addition rounding once; with at most
+    // 14 significant digits written, the error this leaves stays far below half a unit of the
+    // last written decimal, so the text written from the value read back is the same text.
+    constexpr int kSignificantDigits = 14;
+    constexpr double kLargest = 999999999999999.0;  // below kMaxFileNumber, exact in a double
+    if (std::isnan(value)) return "0";
+    value = std::clamp(value, -kLargest, kLargest);
+    std::string text = kurvalux_platform::FormatFixed(value, decimals);
+    // Rounding may carry into a longer integer part, which then leaves room for fewer decimals.
+    for (int d = decimals; d > 0 && IntegerDigits(text) + d > kSignificantDigits;) {
+        d = std::max(0, kSignificantDigits - IntegerDigits(text));
+        text = kurvalux_platform::FormatFixed(value, d);
+    }
+    // A value that rounds to zero reads back as zero, which is written "0".
+    if (text.find_first_not_of("-0.") == std::string::npos) return "0";
+    return text;
+}
+
 void CKeywordWriter::Number(std::string_view key, double value, int decimals) {
-    Raw(key, kurvalux_platform::FormatFixed(value, decimals));
+    Raw(key, FormatFileNumber(value, decimals));
 }
 
 void CKeywordWriter::Integer(std::string_view key, long long value) {

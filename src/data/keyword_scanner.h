@@ -21,6 +21,7 @@ public:
     bool ReadIdentifier(std::string& word, size_t capacity = kKeywordCapacity);
     bool ExpectEquals();
     // Optional sign, digits, optional "." and digits (only the first 11 count). No exponent.
+    // A magnitude of kMaxFileNumber or more is refused as out of range.
     bool ReadNumber(double& value);
     // As ReadNumber without fraction; accumulated in 32 bits, wrapping on overflow.
     bool ReadInteger(int32_t& value);
@@ -57,7 +58,10 @@ public:
     void Begin(std::string_view keyword);  // the keyword, then one level deeper
     void End(std::string_view keyword);    // one level up, then the keyword
     void Raw(std::string_view key, std::string_view value);
-    // Fixed point with `decimals`; zero is written "0".
+    // Fixed point with at most `decimals`, and fewer where the integer part is long, so that
+    // the text reads back (digit by digit) to a value that writes the same text again. Values
+    // the reader would refuse are never written: they are clamped to the largest magnitude it
+    // takes, a NaN is written "0". Zero is written "0".
     void Number(std::string_view key, double value, int decimals = 6);
     void Integer(std::string_view key, long long value);
     void Boolean(std::string_view key, bool value);
@@ -70,6 +74,9 @@ private:
     std::string text_;
     int indent_ = 0;
 };
+
+// The text CKeywordWriter::Number writes for a value.
+std::string FormatFileNumber(double value, int decimals);
 
 // "\"" + text with every quote doubled + "\"", at most 1024 bytes in all.
 std::string QuoteText(std::string_view text);

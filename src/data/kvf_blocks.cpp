@@ -400,7 +400,17 @@ void WriteObject(CKeywordWriter& w, const CObjectListElem& o) {
     if (!o.export_fit_prefix.empty()) w.Quoted("export_fit_prefix", o.export_fit_prefix);
     if (!o.export_fit_postfix.empty()) w.Quoted("export_fit_postfix", o.export_fit_postfix);
     if (!o.notes.empty()) WriteNotes(w, o.notes);
-    for (const auto& series : o.series) series->Write(w);
+    // Unavailable series go back where they stood among the others, so that a field saved
+    // while some of its files are missing is written as it was read.
+    auto unavailable = o.unavailable_series.begin();
+    for (const auto& series : o.series) {
+        for (; unavailable != o.unavailable_series.end() &&
+               unavailable->after_time < series->FirstTime();
+             ++unavailable)
+            unavailable->series->Write(w);
+        series->Write(w);
+    }
+    for (; unavailable != o.unavailable_series.end(); ++unavailable) unavailable->series->Write(w);
     for (const auto& entry : o.web_series_local_data) WriteWebSeriesLocalData(w, *entry);
     w.End("end_object");
 }

@@ -1,5 +1,6 @@
 #include "data/photometry.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "data/number_syntax.h"
@@ -187,24 +188,52 @@ void ReadHeaderLine(const char* p, const char* end, CMetaData& meta) {
     ReadHeaderPairs(line, meta, std::move(first));
 }
 
-// Reads "time value [error]" at p; false when the line is not a data line.
-inline bool ReadDataLine(const char* p, const char* end, double& t, double& v, double& e) {
+enum class DataLine { Data, NotData, OutOfRange };
+
+// Reads "time value [error]" at p. A line whose numbers stand where data stands but one of
+// them is out of range is reported with that number's position in `bad`.
+inline DataLine ReadDataLine(const char* p, const char* end, double& t, double& v, double& e,
+                             const char*& bad) {
     while (p < end && IsBlank(*p)) ++p;
-    if (!ParseDecimalNumber(p, end, t)) return false;
-    if (p >= end || !IsBlank(*p)) return false;
+    bad = p;
+    NumberParse parsed = ParseDecimalNumberChecked(p, end, t);
+    if (parsed == NumberParse::NotANumber) return DataLine::NotData;
+    if (p >= end || !IsBlank(*p)) return DataLine::NotData;
     while (p < end && IsBlank(*p)) ++p;
-    if (!ParseDecimalNumber(p, end, v)) return false;
+    const char* value_start = p;
+    const NumberParse value = ParseDecimalNumberChecked(p, end, v);
+    if (value == NumberParse::NotANumber) return DataLine::NotData;
+    if (parsed == NumberParse::OutOfRange) return DataLine::OutOfRange;
+    if (value == NumberParse::OutOfRange) {
+        bad = value_start;
+        return DataLine::OutOfRange;
+    }
     e = 0;
     if (p < end && IsBlank(*p)) {
         while (p < end && IsBlank(*p)) ++p;
-        if (!ParseDecimalNumber(p, end, e)) e = 0;
+        const char* error_start = p;
+        parsed = ParseDecimalNumberChecked(p, end, e);
+        if (parsed == NumberParse::OutOfRange) {
+            bad = error_start;
+            return DataLine::OutOfRange;
+        }
+        if (parsed == NumberParse::NotANumber) e = 0;
     }
-    return true;
+    return DataLine::Data;
+}
+
+// "Number out of range in line 12: 24599999999999999999…", at most 79 characters.
+std::string OutOfRangeMessage(size_t line, const char* bad, const char* end) {
+    const char* q = bad;
+    while (q < end && !IsBlank(*q)) ++q;
+    std::string message = "Number out of range in line " + std::to_string(line) + ": ";
+    message.append(bad, q);
+    return kurvalux_platform::Cut(message, 79);
 }
 
 }  // namespace
 
-size_t ParsePhotometry(std::string_view text, CSeriesTreeElem& series) {
+size_t ParsePhotometry(std::string_view text, CSeriesTreeElem& series, std::string* error) {
     series.times.clear();
     series.values.clear();
     series.errors.clear();
@@ -217,20 +246,38 @@ size_t ParsePhotometry(std::string_view text, CSeriesTreeElem& series) {
 
     const char* p = text.data();
     const char* const end = p + text.size();
+    const char* line_start = p;
+    size_t line = 1;
     while (p < end) {
         while (p < end && IsLineEnd(*p)) ++p;
         if (p >= end) break;
         const char* line_end = p;
         while (line_end < end && !IsLineEnd(*line_end)) ++line_end;
-        double t, v, e;
-        if (ReadDataLine(p, line_end, t, v, e)) {
-            if (v < kMissingValue) {
-                series.times.push_back(t);
-                series.values.push_back(v);
-                series.errors.push_back(e);
+        double t = 0, v = 0, e = 0;
+        const char* bad = nullptr;
+        switch (ReadDataLine(p, line_end, t, v, e, bad)) {
+            case DataLine::Data:
+                if (v < kMissingValue) {
+                    series.times.push_back(t);
+                    series.values.push_back(v);
+                    series.errors.push_back(e);
+                }
+                break;
+            case DataLine::NotData:
+                ReadHeaderLine(p, line_end, series.file_meta_data);
+                break;
+            case DataLine::OutOfRange: {
+                // A run-away time or value cannot be plotted, fitted or written back: the
+                // file is refused with the line to correct rather than read without it.
+                if (error) {
+                    line += static_cast<size_t>(std::count(line_start, p, '\n'));
+                    *error = OutOfRangeMessage(line, bad, line_end);
+                }
+                series.times.clear();
+                series.values.clear();
+                series.errors.clear();
+                return 0;
             }
-        } else {
-            ReadHeaderLine(p, line_end, series.file_meta_data);
         }
         p = line_end;
     }
@@ -260,8 +307,9 @@ bool LoadSeriesData(CLocalSeriesTreeElem& series, const PathBases& bases, std::s
     kurvalux_platform::AssignCut(series.absolute_path, resolved.absolute, kPathCapacity);
     kurvalux_platform::AssignCut(series.relative_path, resolved.relative, kPathCapacity);
     series.file_time = kurvalux_platform::LastWriteFileTime(resolved.path);
-    if (ParsePhotometry(text, series) == 0) {
-        error = "No data points in file";
+    std::string parse_error;
+    if (ParsePhotometry(text, series, &parse_error) == 0) {
+        error = parse_error.empty() ? "No data points in file" : parse_error;
         return false;
     }
     return true;

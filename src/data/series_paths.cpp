@@ -71,9 +71,9 @@ ResolvedPath ResolveSeriesPath(const std::string& absolute_path, const std::stri
         result.relative = relative_path;
         return result;
     }
+    if (!absolute_path.empty()) result.path = absolute_path;  // the last place looked at
     if (!absolute_path.empty() && kurvalux_platform::FileExists(absolute_path)) {
         result.found = true;
-        result.path = absolute_path;
         result.absolute = absolute_path;
         const std::string& base =
             bases.root_directory.empty() ? bases.program_folder : bases.root_directory;
@@ -82,9 +82,9 @@ ResolvedPath ResolveSeriesPath(const std::string& absolute_path, const std::stri
     }
     if (!relative_path.empty() && !bases.field_folder.empty() && !IsAbsoluteStyle(relative_path)) {
         const std::string beside = JoinPath(bases.field_folder, relative_path);
+        result.path = beside;
         if (kurvalux_platform::FileExists(beside)) {
             result.found = true;
-            result.path = beside;
             result.absolute = beside;
             result.relative = relative_path;
         }

@@ -16,7 +16,7 @@ struct PathBases {
 
 struct ResolvedPath {
     bool found = false;
-    std::string path;      // the file that opened, or the first candidate tried
+    std::string path;      // the file that opened, or the last candidate tried
     std::string absolute;  // new absolute_path when found
     std::string relative;  // new relative_path when found
 };

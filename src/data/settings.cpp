@@ -1,5 +1,6 @@
 #include "data/settings.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <functional>
@@ -11,6 +12,24 @@ namespace kurvalux_data {
 
 using kurvalux_platform::Cut;
 using kurvalux_platform::TrimBlanks;
+
+namespace {
+
+// A text value as the file keeps it: cut at its capacity and trimmed again, since a cut may end
+// on blanks that the next reading would trim away.
+std::string StoredText(std::string_view value, size_t capacity) {
+    const std::string cut = Cut(value, capacity);
+    return std::string(TrimBlanks(cut));
+}
+
+// Paths never hold control characters; a recent-files entry that does is damage, not a file
+// the user opened, and is dropped.
+bool HasControlCharacter(std::string_view text) {
+    return std::any_of(text.begin(), text.end(),
+                       [](char c) { return static_cast<unsigned char>(c) < 32 || c == 127; });
+}
+
+}  // namespace
 
 // ---------------------------------------------------------------------------------------
 // Filters
@@ -87,7 +106,9 @@ std::vector<CFilterTreeElem> FilterTable::Filters() const {
 }
 
 void Settings::AddRecentFile(const std::string& path) {
-    const std::string cut = Cut(path, 127);
+    if (HasControlCharacter(path)) return;
+    const std::string cut = StoredText(path, 127);
+    if (cut.empty()) return;
     std::erase(recent_files, cut);
     recent_files.insert(recent_files.begin(), cut);
     if (recent_files.size() > 8) recent_files.resize(8);
@@ -233,7 +254,7 @@ void ApplyKey(Settings& settings, std::string_view name, std::string_view value,
                 if (name == "WebRepositoryPassword")
                     encrypted_password = Cut(value, 256);
                 else
-                    *static_cast<std::string*>(field) = Cut(value, key.capacity);
+                    *static_cast<std::string*>(field) = StoredText(value, key.capacity);
                 break;
         }
         return;
@@ -296,8 +317,9 @@ bool ParseSettings(const std::string& text, Settings& settings) {
                 break;
             case Section::Recent: {
                 int index = 0;
-                if (ParseInt(key, index) && index >= 0 && index < 8 && !value.empty())
-                    recent.emplace_back(index, Cut(value, 127));
+                if (ParseInt(key, index) && index >= 0 && index < 8 && !value.empty() &&
+                    !HasControlCharacter(value))
+                    recent.emplace_back(index, StoredText(value, 127));
                 break;
             }
             case Section::Filters: {

@@ -8,6 +8,10 @@
 #include <system_error>
 
 #include <sys/stat.h>
+#ifndef _WIN32
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace fs = std::filesystem;
 
@@ -23,6 +27,7 @@ std::string NativePath(std::string_view path) {
 }
 
 ReadStatus ReadWholeFile(const std::string& path, uint64_t limit, std::string& out) {
+#ifdef _WIN32
     std::FILE* f = std::fopen(NativePath(path).c_str(), "rb");
     if (!f) return ReadStatus::CannotOpen;
     struct stat st {};
@@ -30,6 +35,22 @@ ReadStatus ReadWholeFile(const std::string& path, uint64_t limit, std::string& o
         std::fclose(f);
         return ReadStatus::CannotOpen;
     }
+#else
+    // Opened without blocking: opening a FIFO for reading would otherwise wait for a writer
+    // forever. Whatever is not a regular file (FIFO, device, folder) is refused.
+    const int fd = open(NativePath(path).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return ReadStatus::CannotOpen;
+    struct stat st {};
+    if (fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+        close(fd);
+        return ReadStatus::CannotOpen;
+    }
+    std::FILE* f = fdopen(fd, "rb");
+    if (!f) {
+        close(fd);
+        return ReadStatus::CannotOpen;
+    }
+#endif
     if (static_cast<uint64_t>(st.st_size) > limit) {
         std::fclose(f);
         return ReadStatus::TooBig;

@@ -145,12 +145,20 @@ TEST(FieldFile, RefusedSeriesAreReportedAndLoadingGoesOn) {
     EXPECT_TRUE(loaded.removed);
     ASSERT_EQ(field.objects.size(), 1u);
     EXPECT_EQ(field.objects[0]->SeriesCount(), 1u);
+    // Unreadable files keep their series, unused; real conflicts are still refused.
+    ASSERT_EQ(field.objects[0]->unavailable_series.size(), 2u);
+    EXPECT_EQ(field.objects[0]->unavailable_series[0].series->relative_path, "missing.txt");
+    EXPECT_EQ(field.objects[0]->unavailable_series[0].reason,
+              "Cannot open file: " + folder.Path() + "missing.txt");
+    EXPECT_EQ(field.objects[0]->unavailable_series[1].reason, "No data points in file");
     ASSERT_EQ(loaded.boxes.size(), 4u);
     for (const auto& box : loaded.boxes) EXPECT_EQ(box.title, "Error");
+    // The path named is the last place looked at: beside the field file.
     EXPECT_EQ(loaded.boxes[0].lines,
-              (std::vector<std::string>{"Cannot load series photometry data:", "missing.txt",
-                                        "Cannot open file: missing.txt",
-                                        "Series removed from the field"}));
+              (std::vector<std::string>{
+                  "Cannot load series photometry data:", folder.Path() + "missing.txt",
+                  "Cannot open file: " + folder.Path() + "missing.txt",
+                  "Series kept as unavailable until its file is found"}));
     EXPECT_EQ(loaded.boxes[1].lines,
               (std::vector<std::string>{"Duplicate series data file (same first point time):",
                                         folder.Path() + "b.txt", "Series removed from the field"}));
@@ -159,7 +167,7 @@ TEST(FieldFile, RefusedSeriesAreReportedAndLoadingGoesOn) {
     EXPECT_EQ(loaded.boxes[3].lines,
               (std::vector<std::string>{
                   "Cannot load series photometry data:", folder.Path() + "empty.txt",
-                  "No data points in file", "Series removed from the field"}));
+                  "No data points in file", "Series kept as unavailable until its file is found"}));
 }
 
 TEST(FieldFile, ParallelAndSequentialLoadsAreIdentical) {

@@ -119,7 +119,7 @@ TEST(Photometry, LoadingRefusals) {
         {"exact.txt", true, ""},
         {"over.txt", false, "File too big (> 16 MB)"},
         {"header-only.txt", false, "No data points in file"},
-        {"absent.txt", false, "Cannot open file: absent.txt"},
+        {"absent.txt", false, "Cannot open file: " + folder.Path() + "absent.txt"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.file);
@@ -169,9 +169,13 @@ TEST(SeriesPaths, ResolutionOrder) {
     EXPECT_EQ(r.absolute, field.Path() + "obj/beside.txt");
     EXPECT_EQ(r.relative, "obj\\beside.txt");
 
+    // Found nowhere: the path named is the last place looked at, beside the field file.
     r = ResolveSeriesPath("C:\\old\\none.txt", "obj\\none.txt", no_root);
     EXPECT_FALSE(r.found);
-    EXPECT_EQ(r.path, program.Path() + "obj/none.txt");
+    EXPECT_EQ(r.path, field.Path() + "obj/none.txt");
+    PathBases no_field{"", program.Path(), ""};
+    r = ResolveSeriesPath("C:\\old\\none.txt", "obj\\none.txt", no_field);
+    EXPECT_EQ(r.path, "C:\\old\\none.txt");
 }
 
 }  // namespace
