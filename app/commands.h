@@ -64,6 +64,8 @@ enum Command : int {
     kCmdCopyObjectData = 1068,
     kCmdScanFileSeries = 1070,
     kCmdScanEntireField = 1071,
+    kCmdLocateMissingFiles = 1072,
+    kCmdRemoveUnavailableSeries = 1073,
     kCmdCopyObjectInfo = 1080,
     kCmdDefineCopyInfoMask = 1081,
     kCmdAutoAcceptM0Period = 1085,

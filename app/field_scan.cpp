@@ -1,9 +1,11 @@
 #include "app/field_scan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <system_error>
 
+#include "data/field_file.h"
 #include "data/photometry.h"
 #include "platform/files.h"
 #include "platform/text.h"
@@ -95,8 +97,15 @@ ScanResult RescanObject(CObjectListElem& object, const PathBases& bases,
             ++it;
         }
     }
+    // Series that were unavailable get another try: their files may be back.
+    std::vector<kurvalux_data::CUnavailableSeries> unavailable;
+    unavailable.swap(object.unavailable_series);
+    const size_t first_retry = local.size();
+    for (auto& kept : unavailable) local.push_back(std::move(kept.series));
+
     std::vector<std::string> known;
-    for (const auto& series : local) {
+    for (size_t i = 0; i < local.size(); ++i) {
+        const auto& series = local[i];
         auto fresh = std::make_unique<CLocalSeriesTreeElem>();
         fresh->absolute_path = series->absolute_path;
         fresh->relative_path = series->relative_path;
@@ -106,9 +115,16 @@ ScanResult RescanObject(CObjectListElem& object, const PathBases& bases,
         fresh->minima = series->minima;
         std::string error, path;
         if (!kurvalux_data::LoadSeriesData(*fresh, bases, error, path)) {
-            Report(messages,
-                   {"Cannot load series photometry data:", path, "Series removed from the field"});
-            ++result.removed;
+            // Kept, unused, in the place it had: a file that is gone today may be back
+            // tomorrow, and the minima timed on it are the user's work.
+            const bool retried = i >= first_retry;
+            const double after = retried ? unavailable[i - first_retry].after_time
+                                         : std::nextafter(series->FirstTime(), -HUGE_VAL);
+            if (!retried)
+                Report(messages, {"Cannot load series photometry data:", path, error,
+                                  kurvalux_data::kSeriesKeptUnavailable});
+            object.unavailable_series.push_back({std::move(local[i]), path, error, after});
+            ++result.unavailable;
             continue;
         }
         known.push_back(Canonical(fresh->absolute_path));
@@ -156,9 +172,12 @@ ScanResult RescanObject(CObjectListElem& object, const PathBases& bases,
 }
 
 std::vector<std::string> ScanSummary(const ScanResult& result) {
-    return {std::to_string(result.reread) + " series read again",
-            std::to_string(result.added) + " new series added",
-            std::to_string(result.removed) + " series removed"};
+    std::vector<std::string> lines = {std::to_string(result.reread) + " series read again",
+                                      std::to_string(result.added) + " new series added",
+                                      std::to_string(result.removed) + " series removed"};
+    if (result.unavailable > 0)
+        lines.push_back(std::to_string(result.unavailable) + " series unavailable");
+    return lines;
 }
 
 }  // namespace kurvalux_app

@@ -1,6 +1,7 @@
 #pragma once
 // (Re)scanning an object's photometry: every local series is read again from its file (new
-// measurements appended by the photometry program appear, a vanished file drops its series),
+// measurements appended by the photometry program appear; a series whose file cannot be read
+// is kept as unavailable, and unavailable series are tried again),
 // and the object's folder is searched for files that are not series yet: the folders below
 // the object's folder whose names match `dir_key`, or the object's folder itself when the key
 // is empty, and in them the files matching `file_names`.
@@ -14,9 +15,10 @@
 namespace kurvalux_app {
 
 struct ScanResult {
-    int reread = 0;   // local series read again
-    int removed = 0;  // series dropped (file gone, unreadable, refused)
-    int added = 0;    // new files that became series
+    int reread = 0;       // local series read again
+    int removed = 0;      // series dropped (refused as a duplicate night or of the other unit)
+    int added = 0;        // new files that became series
+    int unavailable = 0;  // series kept although their files cannot be read
     // Whether the field description changed: series read again keep their entries.
     bool Changed() const { return removed + added > 0; }
 };

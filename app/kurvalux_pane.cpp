@@ -479,8 +479,36 @@ void CKurvaluxPane::FillSeriesTree() {
             if (!series.minima.empty()) item->setExpanded(true);
             if (static_cast<int>(k) == series_index_) series_->setCurrentItem(item);
         }
+        for (const auto& kept : object->unavailable_series) AddUnavailableItem(kept);
     }
     filling_ = false;
+}
+
+// A series whose file cannot be read: listed after the others, greyed (a disabled item cannot
+// be selected or switched), with the reason in its tool tip and its minima below it.
+void CKurvaluxPane::AddUnavailableItem(const kurvalux_data::CUnavailableSeries& kept) {
+    const kurvalux_data::CLocalSeriesTreeElem& series = *kept.series;
+    auto* item = new QTreeWidgetItem(series_);
+    item->setText(0, "unavailable");
+    item->setText(1, Q(kurvalux_platform::FormatFixedAlways(series.offset, 3)));
+    item->setText(2, Q(series.meta_data.filter));
+    item->setText(4, "0");
+    item->setText(5, Q(kept.path));
+    const QString reason = Q("Unavailable: " + kept.reason);
+    for (int column = 0; column < series_->columnCount(); ++column)
+        item->setToolTip(column, reason);
+    item->setData(0, kSeriesRole, -1);
+    item->setData(0, kMinimumRole, -1);
+    item->setFlags(item->flags() & ~Qt::ItemIsEnabled);
+    for (const kurvalux_data::CMinimaListElem& m : series.minima) {
+        auto* child = new QTreeWidgetItem(item);
+        child->setText(0, Q(MinimumTypeText(m.type) + "  " + FormatFixed(m.time, 6) + " +- " +
+                            FormatFixed(m.error, 6)));
+        child->setData(0, kSeriesRole, -1);
+        child->setData(0, kMinimumRole, -1);
+        child->setFlags(child->flags() & ~Qt::ItemIsEnabled);
+    }
+    if (!series.minima.empty()) item->setExpanded(true);
 }
 
 void CKurvaluxPane::SeriesItemChanged(QTreeWidgetItem* item, int column) {

@@ -96,6 +96,7 @@ private:
     QWidget* BuildEphemerisBar();
     void FillMeta();
     void FillSeriesTree();
+    void AddUnavailableItem(const kurvalux_data::CUnavailableSeries& kept);
     void CommitMeta();
     void FillChart(ChartTab tab, bool keep_zoom);
     void FillEphemeris();

@@ -389,6 +389,12 @@ bool CKurvalux::Dispatch(int command) {
         case kCmdScanFileSeries:
             ScanFileSeries();
             break;
+        case kCmdLocateMissingFiles:
+            LocateMissingFiles();
+            break;
+        case kCmdRemoveUnavailableSeries:
+            RemoveUnavailableSeries();
+            break;
         case kCmdStatisticsAll:
             Statistics(false);
             break;
@@ -510,11 +516,18 @@ bool CKurvalux::OpenField(const std::string& path) {
     kurvalux_data::FieldLoadOptions options;
     options.bases = Bases();
     options.bases.field_folder = FolderOf(path);
+    // The boxes of a load are gathered and shown as one report once the field is up, not as
+    // one modal box per series while it loads.
+    kurvalux_platform::CRecordingMessageBoxSink gathered;
     QApplication::setOverrideCursor(Qt::BusyCursor);
     kurvalux_data::FieldLoadResult result =
-        kurvalux_data::LoadField(path, loaded, options, *messages_);
+        kurvalux_data::LoadField(path, loaded, options, gathered);
     QApplication::restoreOverrideCursor();
-    if (!result.ok) return false;
+    if (!result.ok) {
+        for (const auto& box : gathered.Records())
+            messages_->Show(box.title, box.lines, box.icon, box.buttons);
+        return false;
+    }
     field_ = std::move(loaded);
     path_ = path;
     settings_.AddRecentFile(path);
@@ -523,6 +536,7 @@ bool CKurvalux::OpenField(const std::string& path) {
     SetModified(result.series_removed);
     pane_->Refresh();
     emit fieldReplaced();
+    ReportLoad(gathered.Records(), result.series_unavailable);
     return true;
 }
 
@@ -588,6 +602,7 @@ void CKurvalux::ScanEntireField() {
         total.reread += r.reread;
         total.added += r.added;
         total.removed += r.removed;
+        total.unavailable += r.unavailable;
     }
     QApplication::restoreOverrideCursor();
     if (total.Changed()) MarkModified();
@@ -621,6 +636,26 @@ void CKurvalux::RootDirectory() {
 
 // ---- Objects
 
+// The object the "Add Object" form describes, its folder not scanned yet.
+std::unique_ptr<CObjectListElem> CKurvalux::NewObjectFromDialog(CFormDialog& dialog,
+                                                                const std::string& name) const {
+    auto object = std::make_unique<CObjectListElem>();
+    kurvalux_platform::AssignCut(object->name, name, kurvalux_data::kNameCapacity);
+    std::string folder = dialog.Text("Photometry folder:");
+    object->absolute_path = folder;
+    std::string relative = folder;
+    const std::string& root = settings_.root_path;
+    if (!root.empty() && folder.size() > root.size() && folder.compare(0, root.size(), root) == 0) {
+        relative = folder.substr(root.size());
+        while (!relative.empty() && (relative[0] == '/' || relative[0] == '\\'))
+            relative.erase(0, 1);
+    }
+    object->relative_path = relative;
+    object->dir_key = dialog.Text("Folder key:");
+    object->file_names = dialog.Text("File names:");
+    return object;
+}
+
 void CKurvalux::AddObject(bool insert) {
     CFormDialog dialog(insert ? "Insert Object" : "Add Object", this);
     dialog.AddText("Object name:", "", kurvalux_data::kNameCapacity);
@@ -636,29 +671,33 @@ void CKurvalux::AddObject(bool insert) {
     dialog.AddNote(
         "The photometry files of the folder (or of its sub-folders matching the "
         "folder key) whose names match the file names become the object's series.");
+    const char* title = insert ? "Insert Object" : "Add Object";
+    std::unique_ptr<CObjectListElem> object;
     for (;;) {
         if (RunDialog(dialog) != QDialog::Accepted) return;
         std::string name(kurvalux_platform::TrimBlanks(dialog.Text("Object name:")));
-        if (!name.empty()) break;
-        messages_->Error(insert ? "Insert Object" : "Add Object", {"The object needs a name."});
+        if (name.empty()) {
+            messages_->Error(title, {"The object needs a name."});
+            continue;
+        }
+        object = NewObjectFromDialog(dialog, name);
+        if (object->absolute_path.empty()) break;  // an object whose photometry comes later
+        // A mistyped folder would otherwise give an object without series and no word why.
+        const std::string& folder = object->absolute_path;
+        if (!kurvalux_platform::FolderExists(ObjectFolder(*object, Bases()))) {
+            messages_->Error(title, {"The photometry folder does not exist:", folder});
+            continue;
+        }
+        kurvalux_platform::CRecordingMessageBoxSink refusals;
+        if (RescanObject(*object, Bases(), refusals).added > 0) {
+            for (const auto& box : refusals.Records())
+                messages_->Show(box.title, box.lines, box.icon, box.buttons);
+            break;
+        }
+        messages_->Error(title, {"No photometry file in the folder:", folder,
+                                 "(file names \"" + object->file_names + "\", folder key \"" +
+                                     object->dir_key + "\")"});
     }
-    auto object = std::make_unique<CObjectListElem>();
-    kurvalux_platform::AssignCut(
-        object->name, std::string(kurvalux_platform::TrimBlanks(dialog.Text("Object name:"))),
-        kurvalux_data::kNameCapacity);
-    std::string folder = dialog.Text("Photometry folder:");
-    object->absolute_path = folder;
-    std::string relative = folder;
-    const std::string& root = settings_.root_path;
-    if (!root.empty() && folder.size() > root.size() && folder.compare(0, root.size(), root) == 0) {
-        relative = folder.substr(root.size());
-        while (!relative.empty() && (relative[0] == '/' || relative[0] == '\\'))
-            relative.erase(0, 1);
-    }
-    object->relative_path = relative;
-    object->dir_key = dialog.Text("Folder key:");
-    object->file_names = dialog.Text("File names:");
-    if (!folder.empty()) RescanObject(*object, Bases(), *messages_);
     int index = static_cast<int>(field_.objects.size());
     if (insert && pane_->CurrentObjectIndex() >= 0) index = pane_->CurrentObjectIndex();
     field_.objects.insert(field_.objects.begin() + index, std::move(object));

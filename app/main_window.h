@@ -12,6 +12,7 @@
 #include "app/shell_texts.h"
 #include "data/field.h"
 #include "data/settings.h"
+#include "platform/message_box.h"
 
 class QAction;
 class QLabel;
@@ -21,6 +22,7 @@ class QCloseEvent;
 namespace kurvalux_app {
 
 class CKurvaluxPane;
+class CFormDialog;
 class CQtMessageBoxSink;
 
 // What a file dialog is asked for.
@@ -106,8 +108,15 @@ private:
     bool SaveFieldAs();
     void ScanFileSeries();
     void ScanEntireField();
+    // Unavailable series: the one report after a load, finding their files, removing them
+    // (unavailable_series.cpp).
+    void ReportLoad(const std::vector<kurvalux_platform::MessageBoxRecord>& boxes, int unavailable);
+    void LocateMissingFiles();
+    void RemoveUnavailableSeries();
     void Statistics(bool short_only);
     void AddObject(bool insert);
+    std::unique_ptr<kurvalux_data::CObjectListElem> NewObjectFromDialog(
+        CFormDialog& dialog, const std::string& name) const;
     void RemoveObject();
     void RenameObject();
     void SortObjects(int command);

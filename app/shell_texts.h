@@ -41,6 +41,9 @@ std::vector<std::string> CloseQuestion(bool modified);
 constexpr const char* kFieldModifiedTitle = "Field Description Modified";
 std::vector<std::string> ReplaceFieldQuestion(bool new_field);
 
+// The one box that reports what a field load refused or could not read.
+constexpr const char* kLoadReportTitle = "Field Loaded with Problems";
+
 // The web repository status panel: connection and state words with their colours, and the
 // four account lines.
 struct WebStatusPanel {

@@ -67,6 +67,11 @@ bool FileExists(const std::string& path) {
     return fs::is_regular_file(NativePath(path), ec);
 }
 
+bool FolderExists(const std::string& path) {
+    std::error_code ec;
+    return fs::is_directory(NativePath(path), ec);
+}
+
 bool RemoveFile(const std::string& path) {
     std::error_code ec;
     return fs::remove(NativePath(path), ec);

@@ -20,6 +20,7 @@ bool FileExists(const std::string& path);
 bool RemoveFile(const std::string& path);
 bool RenameFile(const std::string& from, const std::string& to);
 bool CreateFolders(const std::string& path);
+bool FolderExists(const std::string& path);
 
 // Writes `data` in one piece: to a temporary file beside the target first, then renamed over
 // it, so that a failed write never leaves a truncated file behind.

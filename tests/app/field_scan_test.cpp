@@ -64,19 +64,34 @@ TEST_F(ScanTest, NewFilesBecomeSeriesAndKnownOnesAreReadAgain) {
     EXPECT_EQ(object.series[0]->minima.size(), 1u);
     EXPECT_TRUE(boxes_.Records().empty());
 
-    // A file that vanished takes its series with it, with the box of a failed load.
-    ASSERT_TRUE(QFile::remove(folder_.filePath("star/b.txt")));
+    // A file that vanished keeps its series, unused, with the box of a failed load.
+    const QString moved = folder_.filePath("b.txt.away");
+    ASSERT_TRUE(QFile::rename(folder_.filePath("star/b.txt"), moved));
     ScanResult third = RescanObject(object, Bases(), boxes_);
-    EXPECT_EQ(third.removed, 1);
+    EXPECT_EQ(third.removed, 0);
+    EXPECT_EQ(third.unavailable, 1);
+    EXPECT_FALSE(third.Changed());
     EXPECT_EQ(object.series.size(), 1u);
+    ASSERT_EQ(object.unavailable_series.size(), 1u);
     ASSERT_EQ(boxes_.Records().size(), 1u);
     EXPECT_EQ(boxes_.Records()[0].title, "Error");
-    ASSERT_EQ(boxes_.Records()[0].lines.size(), 3u);
+    ASSERT_EQ(boxes_.Records()[0].lines.size(), 4u);
     EXPECT_EQ(boxes_.Records()[0].lines[0], "Cannot load series photometry data:");
-    EXPECT_EQ(boxes_.Records()[0].lines[2], "Series removed from the field");
+    EXPECT_EQ(boxes_.Records()[0].lines[3], "Series kept as unavailable until its file is found");
     EXPECT_EQ(ScanSummary(third),
               (std::vector<std::string>{"1 series read again", "0 new series added",
-                                        "1 series removed"}));
+                                        "0 series removed", "1 series unavailable"}));
+
+    // Back in its place: the next scan reads it again, silently.
+    ASSERT_TRUE(QFile::rename(moved, folder_.filePath("star/b.txt")));
+    boxes_.Clear();
+    ScanResult fourth = RescanObject(object, Bases(), boxes_);
+    EXPECT_EQ(fourth.reread, 2);
+    EXPECT_EQ(fourth.unavailable, 0);
+    EXPECT_TRUE(object.unavailable_series.empty());
+    ASSERT_EQ(object.series.size(), 2u);
+    EXPECT_EQ(object.series[1]->FirstTime(), 2459003.40);
+    EXPECT_TRUE(boxes_.Records().empty());
 }
 
 TEST_F(ScanTest, TheFolderKeySelectsSubFolders) {

@@ -251,7 +251,8 @@ TEST_F(WindowTest, RescansReportWhatTheyFound) {
                               "(Re)Scan of series files: 2 series read again | 0 new series "
                               "added | 0 series removed"}));
     EXPECT_FALSE(window_->Modified());
-    // A night whose file vanished leaves the field; the description changed.
+    // A night whose file vanished stays in the field, unavailable; nothing was lost, so the
+    // description did not change.
     ASSERT_TRUE(QFile::remove(QString::fromStdString(Path("night2.txt"))));
     boxes_.Clear();
     ASSERT_TRUE(window_->Dispatch(kCmdScanEntireField));
@@ -260,9 +261,10 @@ TEST_F(WindowTest, RescansReportWhatTheyFound) {
     EXPECT_EQ(Boxes()[0].lines[0], "Cannot load series photometry data:");
     EXPECT_EQ(BoxTexts()[1],
               "(Re)Scan of series files: 1 series read again | 0 new series "
-              "added | 1 series removed");
+              "added | 0 series removed | 1 series unavailable");
     EXPECT_EQ(window_->GetField().objects[0]->series.size(), 1u);
-    EXPECT_TRUE(window_->Modified());
+    EXPECT_EQ(window_->GetField().objects[0]->unavailable_series.size(), 1u);
+    EXPECT_FALSE(window_->Modified());
 }
 
 TEST_F(WindowTest, RootDirectoryAndGraphFiles) {
