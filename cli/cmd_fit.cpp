@@ -1,8 +1,6 @@
 // Fitting subcommands: the time of one minimum (with its bootstrap error), every minimum of an
 // object's series, and the sixteen parameters of the phased light curve.
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <sstream>
 #include <string>

@@ -115,8 +115,10 @@ std::string MismatchMessage(const Command& command, const std::vector<std::strin
             return prefix + "option --" + spec->name + " takes no value, not " +
                    Quoted(word.substr(equals + 1));
     }
-    if (!words.empty() && words.back().rfind("--", 0) == 0 &&
-        FindOption(command, words.back().substr(2)))
+    const OptionSpec* last = words.empty() || words.back().rfind("--", 0) != 0
+                                 ? nullptr
+                                 : FindOption(command, words.back().substr(2));
+    if (last && last->kind != OptionKind::kFlag)
         return prefix + "option " + words.back() + " needs a value";
     return prefix + fallback;
 }
