@@ -39,11 +39,7 @@ int Chart(const Args& args) {
                      args.Get("view").c_str());
         return 2;
     }
-    std::string out = args.Get("out");
-    if (out.empty()) {
-        std::fprintf(stderr, "No output file: --out FILE.svg|.png|.jpg|.bmp|.tif\n");
-        return 2;
-    }
+    const std::string out = args.Get("out");
     kurvalux_data::Settings settings;
     kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
     long width = settings.export_image_width, height = settings.export_image_depth;
@@ -178,12 +174,23 @@ int Chart(const Args& args) {
 }
 
 const CommandRegistrar kChart(
-    "chart",
-    "FIELD.kvf --object NAME --view time|compressed|phased|fit|minimum [--series K (1 = first)] "
-    "[--from JD --to JD] --out FILE.svg|.png|.jpg|.bmp|.tif [--width W --height H] "
-    "[--title TEXT] [--dpi N] [--thumbnail] [--errors] [--unused-minima] [--predicted] "
-    "[--no-fit] [--root DIR]",
-    Chart, {"errors", "unused-minima", "predicted", "no-fit", "thumbnail"});
+    "chart", "Draws one chart of an object into an SVG or raster image file.", Chart,
+    {FieldArgument(), ObjectOption(),
+     Text("view", "time|compressed|phased|fit|minimum", "the chart (default time)"),
+     Integer("series", "K", "the series to highlight, counted from 1 (the minimum view needs one)"),
+     Number("from", "JD", "start of the time range shown (with --to)"),
+     Number("to", "JD", "end of the time range shown (with --from)"),
+     Required(Text("out", "FILE", "the image file: .svg, .png, .jpg, .bmp or .tif"),
+              "No output file: --out FILE.svg|.png|.jpg|.bmp|.tif"),
+     Integer("width", "W", "width in pixels (default: the settings' export width)"),
+     Integer("height", "H", "height in pixels (default: the settings' export height)"),
+     Text("title", "TEXT", "a title centred on top of the image"),
+     Integer("dpi", "N", "resolution of a raster image, 48 to 960 (default 96)"),
+     Flag("thumbnail", "draw as the small chart of the object list"),
+     Flag("errors", "draw error bars"),
+     Flag("unused-minima", "mark the timed minima that are not in use"),
+     Flag("predicted", "mark the predicted minima"),
+     Flag("no-fit", "the minimum chart without its fitted model"), RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

@@ -26,8 +26,13 @@ int Save(const Args& args) {
     return kurvalux_data::SaveField(args.positional[1], field, Messages()) ? 0 : 1;
 }
 
-const CommandRegistrar stats("stats", "FIELD.kvf [--short] [--root DIR]", Stats, {"short"});
-const CommandRegistrar save("save", "IN.kvf OUT.kvf [--root DIR]", Save);
+const CommandRegistrar stats(
+    "stats", "Prints the field statistics: objects, series, minima, points, nights, hours.", Stats,
+    {FieldArgument(), Flag("short", "count only series shorter than one day (no survey data)"),
+     RootOption()});
+const CommandRegistrar save("save", "Loads a field and saves it again (a round trip).", Save,
+                            {Positional("IN.kvf", "the field to read"),
+                             Positional("OUT.kvf", "the field file to write"), RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

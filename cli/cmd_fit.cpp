@@ -1,8 +1,6 @@
 // Fitting subcommands: the time of one minimum (with its bootstrap error), every minimum of an
 // object's series, and the sixteen parameters of the phased light curve.
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -27,13 +25,6 @@ std::vector<std::string> SplitCommas(const std::string& text) {
     while (std::getline(stream, part, ','))
         if (!part.empty()) parts.push_back(part);
     return parts;
-}
-
-std::optional<double> ParseNumber(const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (text.empty() || *end != '\0' || !std::isfinite(value)) return std::nullopt;
-    return value;
 }
 
 void PrintValue(const char* key, double value) {
@@ -78,9 +69,8 @@ bool BootstrapArguments(const Args& args, unsigned& processors, uint64_t& seed) 
 kurvalux_data::CSeriesTreeElem* SeriesArgument(const Args& args,
                                                kurvalux_data::CObjectListElem& object,
                                                const std::string& value) {
-    char* end = nullptr;
-    const long k = std::strtol(value.c_str(), &end, 10);
-    if (value.empty() || *end != '\0' || k < 1 || size_t(k) > object.series.size()) {
+    long k = 0;
+    if (!ReadInteger(value, 1, long(object.series.size()), k)) {
         std::fprintf(stderr, "--series must be a number from 1 to %zu (object %s), not \"%s\"\n",
                      object.series.size(), object.name.c_str(), value.c_str());
         return nullptr;
@@ -94,10 +84,6 @@ int FitMin(const Args& args) {
     if (!LoadFieldArgument(args, field)) return 1;
     kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
     if (!object) return 1;
-    if (!args.Has("series") || !args.Has("from") || !args.Has("to")) {
-        std::fprintf(stderr, "fit-min needs --series K --from JD --to JD\n");
-        return 2;
-    }
     kurvalux_data::CSeriesTreeElem* series = SeriesArgument(args, *object, args.Get("series"));
     if (!series) return 2;
     auto from = args.Number("from");
@@ -137,12 +123,10 @@ int FitMin(const Args& args) {
             return 2;
         }
         for (size_t k = 0; k < parts.size(); ++k) {
-            auto value = ParseNumber(parts[k]);
-            if (!value) {
+            if (!ReadNumber(parts[k], options.start[k])) {
                 std::fprintf(stderr, "--start: \"%s\" is not a number\n", parts[k].c_str());
                 return 2;
             }
-            options.start[k] = *value;
         }
     } else {
         options.start = EstimateMinimumStart(options);
@@ -190,10 +174,6 @@ int FitAll(const Args& args) {
     if (!object) return 1;
     FitAllMinimaOptions options = FitAllMinimaDefaults(*object);
     if (!BootstrapArguments(args, options.processors, options.seed)) return 2;
-    if (!args.Has("min-branch-points")) {
-        std::fprintf(stderr, "fit-all-minima needs --min-branch-points N\n");
-        return 2;
-    }
     auto branch = args.Integer("min-branch-points");
     if (!branch || *branch < 0) return 2;
     options.min_branch_points = int(*branch);
@@ -232,7 +212,9 @@ int FitAll(const Args& args) {
     if (args.Has("series")) {
         for (const std::string& k : SplitCommas(args.Get("series"))) {
             if (!SeriesArgument(args, *object, k)) return 2;
-            selected.push_back(size_t(std::strtol(k.c_str(), nullptr, 10) - 1));
+            long number = 0;
+            ReadInteger(k, 1, long(object->series.size()), number);
+            selected.push_back(size_t(number - 1));
         }
     } else {
         for (size_t k = 0; k < object->series.size(); ++k) selected.push_back(k);
@@ -297,20 +279,51 @@ int FitPhase(const Args& args) {
     return 0;
 }
 
+// The options of the subcommands that run the bootstrap.
+OptionSpec ProcessorsOption() {
+    return Integer("processors", "N",
+                   "worker threads of the bootstrap (default: one per processor)");
+}
+OptionSpec SeedOption() {
+    return Integer("seed", "S", "seed of the bootstrap's random draws (default: the clock)",
+                   LONG_MIN, LONG_MAX);
+}
+
+const char kFitMinNeeds[] = "fit-min needs --series K --from JD --to JD";
 const CommandRegistrar kFitMin(
-    "fit-min",
-    "FIELD.kvf --object NAME --series K --from JD --to JD [--start m0,t0,s,A,D,G,C] "
-    "[--fixed NAMES] [--bootstrap] [--processors N] [--seed S] [--root DIR]",
-    FitMin, {"bootstrap"});
+    "fit-min", "Times one minimum: fits the single-minimum model to one series between two times.",
+    FitMin,
+    {FieldArgument(), ObjectOption(),
+     Required(Integer("series", "K", "the series, counted from 1 in time order"), kFitMinNeeds),
+     Required(Number("from", "JD", "start of the time window"), kFitMinNeeds),
+     Required(Number("to", "JD", "end of the time window"), kFitMinNeeds),
+     Text("start", "m0,t0,s,A,D,G,C", "start values of the seven parameters (default: estimated)"),
+     Text("fixed", "NAMES",
+          "parameters kept at their start values, e.g. s,G (t0 is always fitted)"),
+     Flag("bootstrap", "estimate the error of the time of minimum by the bootstrap"),
+     ProcessorsOption(), SeedOption(), RootOption()});
+
 const CommandRegistrar kFitAllMinima(
     "fit-all-minima",
-    "FIELD.kvf --object NAME [--primary W] [--secondary-phase S --secondary W] "
-    "--min-branch-points N [--period P] [--series K,...] [--yes] [--save] [--processors N] "
-    "[--seed S] [--root DIR]",
-    FitAll, {"yes", "save"});
-const CommandRegistrar kFitPhase("fit-phase",
-                                 "FIELD.kvf --object NAME [--free NAMES] [--save] [--root DIR]",
-                                 FitPhase, {"save"});
+    "Fits every predicted minimum in the object's series and adds the minima found.", FitAll,
+    {FieldArgument(), ObjectOption(),
+     Number("primary", "W", "fit primary minima, W days around each (default: the object's)"),
+     Number("secondary-phase", "S", "phase of the secondary minimum (default 0.5)"),
+     Number("secondary", "W", "fit secondary minima, W days around each"),
+     Required(Integer("min-branch-points", "N", "points needed on each side of a minimum", 0),
+              "fit-all-minima needs --min-branch-points N"),
+     Number("period", "P", "period in days (default: the object's)"),
+     Text("series", "K,...", "only these series, counted from 1 in time order (default: all)"),
+     Flag("yes", "answer every question with Yes (else Cancel)"),
+     Flag("save", "save the field with the minima added"), ProcessorsOption(), SeedOption(),
+     RootOption()});
+
+const CommandRegistrar kFitPhase(
+    "fit-phase", "Fits the sixteen light-curve parameters to the phased curve of the object.",
+    FitPhase,
+    {FieldArgument(), ObjectOption(),
+     Text("free", "NAMES", "only these parameters are fitted, e.g. mag0,a_pri (default: all)"),
+     Flag("save", "store the fitted parameters in the object and save the field"), RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

@@ -60,11 +60,6 @@ int PeriodMinima(const Args& args) {
 
 int Periodogram(const Args& args) {
     FrequencyAnalysisOptions options;
-    for (const char* required : {"pmin", "pmax", "step"})
-        if (!args.Has(required)) {
-            std::fprintf(stderr, "--%s is required\n", required);
-            return 2;
-        }
     if (!OptionalNumber(args, "pmin", options.min_period) ||
         !OptionalNumber(args, "pmax", options.max_period) ||
         !OptionalNumber(args, "step", options.resolution) ||
@@ -127,15 +122,28 @@ int Periodogram(const Args& args) {
     return 0;
 }
 
+OptionSpec ThreadsOption() {
+    return Integer("threads", "N", "worker threads, 1 to 1024 (default: one per processor)");
+}
+
 const CommandRegistrar kPeriodMinima(
-    "period-minima",
-    "FIELD --object NAME [--pmin 0.1] [--limit 0.999] [--secondary-phase 0.5] [--threads N]",
-    &PeriodMinima);
+    "period-minima", "Candidate periods from the times of the object's minima.", &PeriodMinima,
+    {FieldArgument(), ObjectOption(),
+     Number("pmin", "P", "shortest period tried, days (default 0.1)"),
+     Number("limit", "R", "least phase coherence R of a period kept (default 0.999)"),
+     Number("secondary-phase", "S", "phase of the secondary minima (default 0.5)"), ThreadsOption(),
+     RootOption()});
+
 const CommandRegistrar kPeriodogram(
-    "periodogram",
-    "FIELD --object NAME --pmin A --pmax B --step C [--double] [--csv OUT] [--harmonics 1] "
-    "[--threads N] [--kernel auto|scalar|avx2|avx512]",
-    &Periodogram, {"double"});
+    "periodogram", "The multiharmonic analysis-of-variance periodogram of the object's points.",
+    &Periodogram,
+    {FieldArgument(), ObjectOption(), Required(Number("pmin", "A", "shortest period, days")),
+     Required(Number("pmax", "B", "longest period, days")),
+     Required(Number("step", "C", "step between the periods tried, days")),
+     Flag("double", "print twice the periods found (for eclipsing binaries)"),
+     Text("csv", "OUT", "write every period tried with its response and theta to OUT"),
+     Integer("harmonics", "N", "harmonics of the model (default 1)"), ThreadsOption(),
+     Text("kernel", "auto|scalar|avx2|avx512", "the vector kernel (default auto)"), RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

@@ -1,6 +1,4 @@
-#include <algorithm>
-#include <charconv>
-#include <cmath>
+// Helpers shared by the subcommands: the field argument, the object option, message boxes.
 #include <cstdio>
 #include <filesystem>
 
@@ -10,38 +8,6 @@
 #include "platform/system.h"
 
 namespace kurvalux_cli {
-
-bool Args::Flag(const std::string& name) const {
-    return std::find(flags.begin(), flags.end(), name) != flags.end();
-}
-
-std::string Args::Get(const std::string& name, const std::string& fallback) const {
-    auto it = options.find(name);
-    return it == options.end() ? fallback : it->second;
-}
-
-std::optional<double> Args::Number(const std::string& name) const {
-    const std::string text = Get(name);
-    double value = 0;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size() ||
-        !std::isfinite(value)) {
-        std::fprintf(stderr, "--%s needs a number, not \"%s\"\n", name.c_str(), text.c_str());
-        return std::nullopt;
-    }
-    return value;
-}
-
-std::optional<long> Args::Integer(const std::string& name) const {
-    const std::string text = Get(name);
-    long value = 0;
-    auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) {
-        std::fprintf(stderr, "--%s needs a whole number, not \"%s\"\n", name.c_str(), text.c_str());
-        return std::nullopt;
-    }
-    return value;
-}
 
 kurvalux_platform::CStreamMessageBoxSink& Messages() {
     static kurvalux_platform::CStreamMessageBoxSink sink(stderr);

@@ -1,74 +1,72 @@
-#include <algorithm>
+// kurvalux-cli COMMAND ARGUMENTS: picks the subcommand, checks its words against the
+// options it declares, and runs it. Exit status 2 for a command line that is not understood.
 #include <cstdio>
-#include <cstring>
-#include <map>
 #include <string>
+#include <vector>
 
-#include "cli/cli.h"
+#include "cli/command_line.h"
 #include "platform/system.h"
 
 namespace kurvalux_cli {
 namespace {
 
-struct Command {
-    const char* usage;
-    CommandFunction function;
-    std::vector<std::string> flags;
-};
-
-std::map<std::string, Command>& Registry() {
-    static std::map<std::string, Command> registry;
-    return registry;
+void PrintCommandList(std::FILE* out) {
+    std::fprintf(out, "usage: kurvalux-cli COMMAND ARGUMENTS\n\ncommands:\n");
+    for (const auto& [name, command] : Commands())
+        std::fprintf(out, "  %s %s\n", name.c_str(), UsageLine(command).c_str());
+    std::fprintf(out,
+                 "\n\"kurvalux-cli help COMMAND\" or \"kurvalux-cli COMMAND --help\" describes "
+                 "every option of one command.\n");
 }
 
-void PrintUsage(std::FILE* out) {
-    std::fprintf(out, "usage: kurvalux-cli COMMAND ARGUMENTS\n\ncommands:\n");
-    for (const auto& [name, command] : Registry())
-        std::fprintf(out, "  %s %s\n", name.c_str(), command.usage);
+const Command* FindCommand(const std::string& name) {
+    auto it = Commands().find(name);
+    if (it != Commands().end()) return &it->second;
+    std::fprintf(stderr, "kurvalux-cli: unknown command \"%s\"\n", name.c_str());
+    PrintCommandList(stderr);
+    return nullptr;
+}
+
+// "help" alone lists the commands; "help COMMAND" describes one.
+int Help(const std::vector<std::string>& words) {
+    if (words.empty()) {
+        PrintCommandList(stdout);
+        return 0;
+    }
+    if (words.size() > 1) {
+        std::fprintf(stderr, "kurvalux-cli help: unexpected argument \"%s\"\n", words[1].c_str());
+        std::fprintf(stderr, "usage: kurvalux-cli help [COMMAND]\n");
+        return 2;
+    }
+    const Command* command = FindCommand(words[0]);
+    if (!command) return 2;
+    std::fputs(HelpText(*command).c_str(), stdout);
+    return 0;
 }
 
 }  // namespace
-
-CommandRegistrar::CommandRegistrar(const char* name, const char* usage, CommandFunction function,
-                                   std::vector<std::string> flags) {
-    Registry()[name] = Command{usage, function, std::move(flags)};
-}
-
 }  // namespace kurvalux_cli
 
 int main(int argc, char** argv) {
     using namespace kurvalux_cli;
     kurvalux_platform::InitProgramFolder(argc > 0 ? argv[0] : nullptr);
-    if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "help")) {
-        PrintUsage(argc < 2 ? stderr : stdout);
-        return argc < 2 ? 2 : 0;
-    }
-    auto it = Registry().find(argv[1]);
-    if (it == Registry().end()) {
-        std::fprintf(stderr, "kurvalux-cli: unknown command \"%s\"\n", argv[1]);
-        PrintUsage(stderr);
+    if (argc < 2) {
+        PrintCommandList(stderr);
         return 2;
     }
-    const Command& command = it->second;
+    const std::string name = argv[1];
+    const std::vector<std::string> words(argv + 2, argv + argc);
+    if (name == "help" || name == "--help" || name == "-h") return Help(words);
+    const Command* command = FindCommand(name);
+    if (!command) return 2;
     Args args;
-    for (int i = 2; i < argc; ++i) {
-        std::string word = argv[i];
-        if (word.rfind("--", 0) == 0 && word.size() > 2) {
-            std::string name = word.substr(2);
-            bool is_flag =
-                std::find(command.flags.begin(), command.flags.end(), name) != command.flags.end();
-            if (is_flag) {
-                args.flags.push_back(name);
-            } else if (i + 1 < argc) {
-                args.options[name] = argv[++i];
-            } else {
-                std::fprintf(stderr, "kurvalux-cli: option --%s needs a value\nusage: %s %s\n",
-                             name.c_str(), argv[1], command.usage);
-                return 2;
-            }
-        } else {
-            args.positional.push_back(word);
-        }
+    switch (ParseCommandLine(*command, words, args)) {
+        case ParseOutcome::kHelpShown:
+            return 0;
+        case ParseOutcome::kRefused:
+            return 2;
+        case ParseOutcome::kRun:
+            break;
     }
-    return command.function(args);
+    return command->function(args);
 }
