@@ -136,12 +136,28 @@ MinimumFitResult FitMinimum(const MinimumFitOptions& options) {
 
     const MinimumPoints p = SelectPoints(options);
     const double span = options.t_end - options.t_start;
-    SingleMinimumParameters parameters = options.start;
-    parameters[kMinTime] = (options.start[kMinTime] - options.t_start) * (1.0 / span);
+    SingleMinimumParameters start = options.start;
+    start[kMinTime] = (options.start[kMinTime] - options.t_start) * (1.0 / span);
     const auto constraints = Constraints(options.free);
     result.points = int(p.x.size());
-    result.status = RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points, constraints,
-                           parameters, result.fit);
+    // A start width too narrow for the minimum lets the fit shrink the profile until it sits
+    // between the points: the width ends on its lower limit 0 (where the model is 0/0 at any
+    // point that falls exactly on the centre) and the time of minimum means nothing. Such a
+    // fit starts again from twice, then four times the width.
+    const bool width_free = options.free[kMinWidth];
+    SingleMinimumParameters parameters;
+    for (double widen : kMinimumFitWidenings) {
+        parameters = start;
+        if (widen != 1.0)
+            parameters[kMinWidth] =
+                std::min(start[kMinWidth] * widen, kSingleMinimumUpper[kMinWidth]);
+        result.status = RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points, constraints,
+                               parameters, result.fit);
+        ++result.attempts;
+        const bool collapsed = result.status == kFitErrorNonFinite ||
+                               (result.status > 0 && parameters[kMinWidth] == 0.0);
+        if (!collapsed || !width_free || !(start[kMinWidth] > 0)) break;
+    }
     result.ok = result.status > 0;
     if (!result.ok) {
         result.message = {"Minimum fitting failed", {FitStatusText(result.status)}};
@@ -184,12 +200,36 @@ SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options) {
     start[kMinBase] = base;
     start[kMinTime] = ts[deepest];
     start[kMinAmplitude] = std::clamp(depth, 0.0, kSingleMinimumUpper[kMinAmplitude]);
-    // Half-depth half-width: the profile falls to half its depth near 0.85 widths.
+    // The half-depth level is crossed on each side where the smoothed curve rises back above
+    // it; the crossing time is interpolated between the two points that straddle it.
+    const double half = base + 0.5 * depth;
     size_t lo = deepest, hi = deepest;
-    while (lo > 0 && smooth[lo - 1] > base + 0.5 * depth) --lo;
-    while (hi + 1 < smooth.size() && smooth[hi + 1] > base + 0.5 * depth) ++hi;
-    const double half_width = 0.5 * (ts[hi] - ts[lo]) / span;
-    if (depth > 0 && half_width > 0) start[kMinWidth] = std::clamp(half_width / 0.85, 0.01, 0.5);
+    while (lo > 0 && smooth[lo - 1] > half) --lo;
+    while (hi + 1 < smooth.size() && smooth[hi + 1] > half) ++hi;
+    auto crossing = [&](size_t inside, size_t outside) {
+        const double f = (smooth[inside] - half) / (smooth[inside] - smooth[outside]);
+        return ts[inside] + f * (ts[outside] - ts[inside]);
+    };
+    const bool left = lo > 0, right = hi + 1 < smooth.size();
+    double half_width = 0;
+    if (left && right) {
+        // Both branches seen: the middle of the crossings is a steadier time of minimum than
+        // the faintest point of a flat or noisy bottom.
+        const double from = crossing(lo, lo - 1), to = crossing(hi, hi + 1);
+        half_width = 0.5 * (to - from);
+        start[kMinTime] = 0.5 * (from + to);
+    } else if (left) {
+        // One branch only (the data end in the eclipse): its distance from the faintest point.
+        half_width = ts[deepest] - crossing(lo, lo - 1);
+    } else if (right) {
+        half_width = crossing(hi, hi + 1) - ts[deepest];
+    } else {
+        half_width = 0.5 * (ts.back() - ts.front());
+    }
+    // The start shape is 1, whose profile is half deep at HalfDepthOffset(1) = 1.118 widths.
+    half_width /= span;
+    if (depth > 0 && half_width > 0)
+        start[kMinWidth] = std::clamp(half_width / HalfDepthOffset(1.0), 0.01, 0.5);
     return start;
 }
 

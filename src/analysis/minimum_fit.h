@@ -27,6 +27,8 @@ constexpr std::array<double, kSingleMinimumParameterCount> kSingleMinimumUpper =
     20.0, 1.33, 20.0, 10.0, 0.6, 99.0, 10.0};
 
 constexpr int kMinimumFitMinPoints = 7;
+// Factors of the start width for the first fit and the fits after a collapse of the width.
+constexpr std::array<double, 3> kMinimumFitWidenings = {1.0, 2.0, 4.0};
 constexpr int kBootstrapRounds = 1000;
 
 // A message box the caller shows: a title and its lines.
@@ -65,6 +67,7 @@ struct MinimumFitResult {
     // The seven values as the pane shows them (t0 as JD).
     SingleMinimumParameters shown = {};
     int points = 0;
+    int attempts = 0;  // fits run: 1, or more when the width collapsed to 0 and was widened
     FitResult fit;
 };
 
