@@ -1,44 +1,14 @@
 #include "analysis/minimum_fit.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
-#include <random>
-#include <system_error>
-#include <thread>
 
+#include "analysis/minimum_fit_detail.h"
 #include "analysis/model_kernels.h"
-#include "platform/system.h"
-#include "platform/text.h"
 
 namespace kurvalux_analysis {
 
 namespace {
-
-const char* const kCannotFit = "Cannot perform minimum fit";
-const char* const kCannotEstimate = "Cannot Estimate Error";
-
-// The points of one fit on the normalised axis, with sigma = 0 taken as 1.
-struct MinimumPoints {
-    std::vector<double> x, y, sigma;
-};
-
-MinimumPoints SelectPoints(const MinimumFitOptions& o) {
-    MinimumPoints p;
-    const double scale = 1.0 / (o.t_end - o.t_start);
-    for (size_t i = 0; i < o.times.size(); ++i) {
-        const double t = o.times[i];
-        if (!(t >= o.t_start && t <= o.t_end)) continue;
-        p.x.push_back((t - o.t_start) * scale);
-        p.y.push_back(o.values[i]);
-        const double s = i < o.errors.size() ? o.errors[i] : 0.0;
-        p.sigma.push_back(s == 0.0 ? 1.0 : s);
-    }
-    return p;
-}
 
 // The points of one fit and the intermediate values of the last full evaluation: the
 // finite-difference Jacobian changes one parameter at a time, and for the base level, trend,
@@ -80,9 +50,26 @@ int MinimumResiduals(int m, int, const double* p, double* residuals, double**, v
     return 0;
 }
 
-std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
-    const std::array<bool, kSingleMinimumParameterCount>& free) {
-    std::array<FitParameterConstraint, kSingleMinimumParameterCount> c;
+}  // namespace
+
+namespace detail {
+
+MinimumPoints SelectPoints(const MinimumFitOptions& o) {
+    MinimumPoints p;
+    const double scale = 1.0 / (o.t_end - o.t_start);
+    for (size_t i = 0; i < o.times.size(); ++i) {
+        const double t = o.times[i];
+        if (!(t >= o.t_start && t <= o.t_end)) continue;
+        p.x.push_back((t - o.t_start) * scale);
+        p.y.push_back(o.values[i]);
+        const double s = i < o.errors.size() ? o.errors[i] : 0.0;
+        p.sigma.push_back(s == 0.0 ? 1.0 : s);
+    }
+    return p;
+}
+
+MinimumConstraints Constraints(const std::array<bool, kSingleMinimumParameterCount>& free) {
+    MinimumConstraints c;
     for (size_t k = 0; k < c.size(); ++k) {
         c[k].fixed = (k == kMinTime || free[k]) ? 0 : 1;
         c[k].limited[0] = c[k].limited[1] = 1;
@@ -93,8 +80,8 @@ std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
 }
 
 int RunFit(const double* x, const double* y, const double* sigma, int m,
-           const std::array<FitParameterConstraint, kSingleMinimumParameterCount>& constraints,
-           SingleMinimumParameters& parameters, FitResult& result) {
+           const MinimumConstraints& constraints, SingleMinimumParameters& parameters,
+           FitResult& result) {
     ResidualData data;
     data.x = x;
     data.y = y;
@@ -103,6 +90,12 @@ int RunFit(const double* x, const double* y, const double* sigma, int m,
     return LeastSquaresFit(MinimumResiduals, m, int(parameters.size()), parameters.data(),
                            constraints.data(), nullptr, &data, &result);
 }
+
+}  // namespace detail
+
+namespace {
+
+const char* const kCannotFit = "Cannot perform minimum fit";
 
 double Median(std::vector<double> v) {
     if (v.empty()) return 0;
@@ -134,11 +127,11 @@ MinimumFitResult FitMinimum(const MinimumFitOptions& options) {
     result.message = options.Validate(kCannotFit);
     if (!result.message.empty()) return result;
 
-    const MinimumPoints p = SelectPoints(options);
+    const detail::MinimumPoints p = detail::SelectPoints(options);
     const double span = options.t_end - options.t_start;
     SingleMinimumParameters start = options.start;
     start[kMinTime] = (options.start[kMinTime] - options.t_start) * (1.0 / span);
-    const auto constraints = Constraints(options.free);
+    const auto constraints = detail::Constraints(options.free);
     result.points = int(p.x.size());
     // A start width too narrow for the minimum lets the fit shrink the profile until it sits
     // between the points: the width ends on its lower limit 0 (where the model is 0/0 at any
@@ -151,8 +144,8 @@ MinimumFitResult FitMinimum(const MinimumFitOptions& options) {
         if (widen != 1.0)
             parameters[kMinWidth] =
                 std::min(start[kMinWidth] * widen, kSingleMinimumUpper[kMinWidth]);
-        result.status = RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points, constraints,
-                               parameters, result.fit);
+        result.status = detail::RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points,
+                                       constraints, parameters, result.fit);
         ++result.attempts;
         const bool collapsed = result.status == kFitErrorNonFinite ||
                                (result.status > 0 && parameters[kMinWidth] == 0.0);
@@ -231,136 +224,6 @@ SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options) {
     if (depth > 0 && half_width > 0)
         start[kMinWidth] = std::clamp(half_width / HalfDepthOffset(1.0), 0.01, 0.5);
     return start;
-}
-
-int BootstrapRoundsPerWorker(int total_rounds, unsigned processors) {
-    if (processors <= 1) return total_rounds;
-    return (total_rounds + int(processors) - 1) / int(processors);
-}
-
-BootstrapResult EstimateMinimumError(const BootstrapOptions& options) {
-    BootstrapResult result;
-    if (!options.fitted.ok) {
-        result.message = {kCannotEstimate,
-                          {"Minimum must be properly fitted", "prior to error estimation."}};
-        return result;
-    }
-    result.message = options.fit.Validate(kCannotEstimate);
-    if (!result.message.empty()) return result;
-
-    const uint64_t start_ticks = kurvalux_platform::TickCount();
-    const MinimumPoints points = SelectPoints(options.fit);
-    const int n = int(points.x.size());
-    const double span = options.fit.t_end - options.fit.t_start;
-    const auto constraints = Constraints(options.fit.free);
-    const SingleMinimumParameters fitted = options.fitted.normalised;
-
-    unsigned workers =
-        options.processors ? options.processors : kurvalux_platform::ProcessorCount();
-    if (workers == 0) workers = 1;
-    const int rounds = BootstrapRoundsPerWorker(options.total_rounds, workers);
-    const int planned = rounds * int(workers);
-    result.workers = workers;
-    result.rounds_per_worker = rounds;
-
-    // Shared by the workers: the read-only points and start values, the guarded list of times
-    // and the counters.
-    std::mutex list_mutex;
-    std::vector<double> times;
-    std::atomic<int> done{0};
-    std::atomic<bool> cancel{false};
-    const uint64_t clock_seed =
-        uint64_t(std::chrono::steady_clock::now().time_since_epoch().count());
-
-    auto worker = [&](unsigned index, const std::function<bool(int, int)>* progress) {
-        // Each worker owns its generator and its resampled copy.
-        std::mt19937_64 random(options.seed ? options.seed + index
-                                            : clock_seed ^ (0x9E3779B97F4A7C15ull * (index + 1)));
-        std::uniform_int_distribution<int> pick(0, n - 1);
-        std::vector<double> x(n), y(n), sigma(n);
-        FitResult fit;
-        for (int round = 0; round < rounds && !cancel.load(std::memory_order_relaxed); ++round) {
-            for (int i = 0; i < n; ++i) {
-                const int k = pick(random);
-                x[i] = points.x[k];
-                y[i] = points.y[k];
-                sigma[i] = points.sigma[k];
-            }
-            SingleMinimumParameters p = fitted;
-            if (RunFit(x.data(), y.data(), sigma.data(), n, constraints, p, fit) > 0) {
-                const double t = p[kMinTime] * span + options.fit.t_start;
-                std::lock_guard<std::mutex> lock(list_mutex);
-                times.push_back(t);
-            }
-            const int now = done.fetch_add(1) + 1;
-            if (progress && *progress && !(*progress)(now, planned)) cancel = true;
-        }
-    };
-
-    if (workers == 1) {
-        worker(0, &options.progress);
-    } else {
-        std::mutex wait_mutex;
-        std::condition_variable finished_cv;
-        int finished = 0;
-        {
-            std::vector<std::jthread> threads;
-            threads.reserve(workers);
-            for (unsigned k = 0; k < workers; ++k) try {
-                    threads.emplace_back([&, k] {
-                        worker(k, nullptr);
-                        std::lock_guard<std::mutex> lock(wait_mutex);
-                        ++finished;
-                        finished_cv.notify_one();
-                    });
-                } catch (const std::system_error&) {
-                    // No thread to be had: this worker's rounds run here instead.
-                    worker(k, nullptr);
-                    std::lock_guard<std::mutex> lock(wait_mutex);
-                    ++finished;
-                }
-            // The calling thread stays responsive: it reports progress and passes on a cancel
-            // until every worker has finished.
-            std::unique_lock<std::mutex> lock(wait_mutex);
-            while (finished < int(workers)) {
-                finished_cv.wait_for(lock, std::chrono::milliseconds(20));
-                if (options.progress && !cancel.load()) {
-                    lock.unlock();
-                    if (!options.progress(done.load(), planned)) cancel = true;
-                    lock.lock();
-                }
-            }
-        }
-    }
-    result.rounds_run = done.load();
-    result.times = std::move(times);
-    result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
-
-    if (cancel.load()) {
-        result.cancelled = true;
-        return result;
-    }
-    const size_t count = result.times.size();
-    if (count < 2) {
-        result.message = {kCannotEstimate, {"Too few resampled fits succeeded."}};
-        return result;
-    }
-    double sum = 0;
-    for (double t : result.times) sum += t;
-    result.mean = sum / double(count);
-    double squares = 0;
-    for (double t : result.times) squares += (t - result.mean) * (t - result.mean);
-    result.error = std::sqrt(squares / double(count - 1));
-    result.ok = true;
-    result.has_error = result.error < 1.0;
-    if (!result.has_error) {
-        kurvalux_platform::DebugOutput("Error > 1, list of Times\r\n");
-        for (double t : result.times)
-            kurvalux_platform::DebugOutput(kurvalux_platform::FormatFixed(t, 6) + "\r\n");
-    }
-    kurvalux_platform::DebugOutput(
-        "Bootstrap time =" + kurvalux_platform::FormatFixed(result.seconds, 3) + " s\r\n");
-    return result;
 }
 
 }  // namespace kurvalux_analysis

@@ -143,7 +143,8 @@ SyntheticMinimum GenerateSyntheticMinimum(SyntheticKind kind, uint64_t seed, siz
                 e = red;
             }
             s.options.times.push_back(times[i]);
-            s.options.values.push_back(model.Evaluate(times[i]) + e);
+            s.noiseless.push_back(model.Evaluate(times[i]));
+            s.options.values.push_back(s.noiseless.back() + e);
         }
     } else {
         // A flat-bottomed transit-like dip, a curved trend, much more baseline on one side.
@@ -167,9 +168,9 @@ SyntheticMinimum GenerateSyntheticMinimum(SyntheticKind kind, uint64_t seed, siz
         for (double t : times) {
             const double u = (t - middle) / reach;
             s.options.times.push_back(t);
-            s.options.values.push_back(base + linear * u + curve * u * u +
-                                       TrapezoidDip(t - t0, s.depth, s.width, ingress, rounding) +
-                                       s.noise * draw.Normal());
+            s.noiseless.push_back(base + linear * u + curve * u * u +
+                                  TrapezoidDip(t - t0, s.depth, s.width, ingress, rounding));
+            s.options.values.push_back(s.noiseless.back() + s.noise * draw.Normal());
         }
     }
     s.options.errors.assign(s.options.times.size(), s.noise);

@@ -32,14 +32,15 @@ enum class SyntheticKind {
 const char* SyntheticKindName(SyntheticKind kind);
 
 struct SyntheticMinimum {
-    MinimumFitOptions options;  // points and window; the start values are left at defaults
-    double true_time = 0;       // JD of the centre of the symmetric profile
-    double depth = 0;           // mag
-    double width = 0;           // d: the model's width D, or half the duration for kTrend
-    double shape = 0;           // the model's shape G (0 for kTrend)
-    double noise = 0;           // mag, the quoted error of every point
-    double correlation = 0;     // AR(1) coefficient between neighbouring points (kRed)
-    int coverage = 0;           // 0 complete, 1 gaps, 2 one-sided, 3 lopsided
+    MinimumFitOptions options;      // points and window; the start values are left at defaults
+    double true_time = 0;           // JD of the centre of the symmetric profile
+    double depth = 0;               // mag
+    double width = 0;               // d: the model's width D, or half the duration for kTrend
+    double shape = 0;               // the model's shape G (0 for kTrend)
+    double noise = 0;               // mag, the quoted error of every point
+    double correlation = 0;         // AR(1) coefficient between neighbouring points (kRed)
+    int coverage = 0;               // 0 complete, 1 gaps, 2 one-sided, 3 lopsided
+    std::vector<double> noiseless;  // the values before the noise was added
 };
 
 SyntheticMinimum GenerateSyntheticMinimum(SyntheticKind kind, uint64_t seed, size_t index);
