@@ -136,11 +136,15 @@ void Summarise(Rounds rounds, BootstrapResult& result) {
         result.message = {kCannotEstimate, {"Too few resampled fits succeeded."}};
         return;
     }
+    // Summed in time order, not in the order the workers delivered them, so that a seeded
+    // estimate gives the same bits every time.
+    std::vector<double> sorted = result.times;
+    std::sort(sorted.begin(), sorted.end());
     double sum = 0;
-    for (double t : result.times) sum += t;
+    for (double t : sorted) sum += t;
     result.mean = sum / double(count);
     double squares = 0;
-    for (double t : result.times) squares += (t - result.mean) * (t - result.mean);
+    for (double t : sorted) squares += (t - result.mean) * (t - result.mean);
     result.error = std::sqrt(squares / double(count - 1));
     result.ok = true;
     result.has_error = result.error < 1.0;
