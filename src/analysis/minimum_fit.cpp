@@ -10,6 +10,17 @@ namespace kurvalux_analysis {
 
 namespace {
 
+const char* const kCannotFit = "Cannot perform minimum fit";
+
+double Median(std::vector<double> v) {
+    if (v.empty()) return 0;
+    const size_t mid = v.size() / 2;
+    std::nth_element(v.begin(), v.begin() + mid, v.end());
+    double m = v[mid];
+    if (v.size() % 2 == 0) m = 0.5 * (m + *std::max_element(v.begin(), v.begin() + mid));
+    return m;
+}
+
 // The points of one fit and the intermediate values of the last full evaluation: the
 // finite-difference Jacobian changes one parameter at a time, and for the base level, trend,
 // amplitude, correction and shape the kept values give the residuals with identical bits and
@@ -92,21 +103,6 @@ int RunFit(const double* x, const double* y, const double* sigma, int m,
 }
 
 }  // namespace detail
-
-namespace {
-
-const char* const kCannotFit = "Cannot perform minimum fit";
-
-double Median(std::vector<double> v) {
-    if (v.empty()) return 0;
-    const size_t mid = v.size() / 2;
-    std::nth_element(v.begin(), v.begin() + mid, v.end());
-    double m = v[mid];
-    if (v.size() % 2 == 0) m = 0.5 * (m + *std::max_element(v.begin(), v.begin() + mid));
-    return m;
-}
-
-}  // namespace
 
 int MinimumFitOptions::CountInWindow() const {
     int n = 0;

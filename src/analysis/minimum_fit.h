@@ -75,8 +75,10 @@ struct MinimumFitResult {
 MinimumFitResult FitMinimum(const MinimumFitOptions& options);
 
 // Start values estimated from the window's points, smoothed by a 5-point running median: the
-// brightest level as base, the faintest point as time of minimum and depth, and a width from
-// the span of points deeper than half the depth. Trend 0, shape 1, correction 0. t0 as a JD.
+// brightest level as base, the faintest point as depth, and the width of shape 1 that is half
+// deep where the points cross half the depth. The time of minimum is the middle of the two
+// crossings, or the faintest point when only one branch is seen. Trend 0, shape 1,
+// correction 0. t0 as a JD.
 SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options);
 
 struct BootstrapOptions {
@@ -134,9 +136,5 @@ BootstrapResult EstimateMinimumError(const BootstrapOptions& options);
 // progress and cancel, no error for a spread of a day or more); nothing is written to the
 // debug output.
 BootstrapResult EstimateMinimumBlockError(const BootstrapOptions& options);
-
-// The error estimates the user can keep with a minimum: "case" (the case bootstrap of
-// "Est. Err.") or "block" (the block bootstrap).
-enum class MinimumErrorMethod { kCase, kBlock };
 
 }  // namespace kurvalux_analysis
