@@ -170,27 +170,25 @@ BootstrapResult EstimateMinimumError(const BootstrapOptions& options) {
     const SingleMinimumParameters fitted = options.fitted.normalised;
 
     // Each round draws n points with replacement and fits them from the fitted values.
-    Summarise(RunRounds(options,
-                        [&] {
-                            return [&, x = std::vector<double>(n), y = std::vector<double>(n),
-                                    sigma = std::vector<double>(n),
-                                    fit = FitResult()](std::mt19937_64& random, double& t) mutable {
-                                std::uniform_int_distribution<int> pick(0, n - 1);
-                                for (int i = 0; i < n; ++i) {
-                                    const int k = pick(random);
-                                    x[i] = points.x[k];
-                                    y[i] = points.y[k];
-                                    sigma[i] = points.sigma[k];
-                                }
-                                SingleMinimumParameters p = fitted;
-                                if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints,
-                                                   p, fit) <= 0)
-                                    return false;
-                                t = p[kMinTime] * span + options.fit.t_start;
-                                return true;
-                            };
-                        }),
-              result);
+    const RoundFactory make_round = [&]() -> Round {
+        return [&, x = std::vector<double>(n), y = std::vector<double>(n),
+                sigma = std::vector<double>(n),
+                fit = FitResult()](std::mt19937_64& random, double& t) mutable {
+            std::uniform_int_distribution<int> pick(0, n - 1);
+            for (int i = 0; i < n; ++i) {
+                const int k = pick(random);
+                x[i] = points.x[k];
+                y[i] = points.y[k];
+                sigma[i] = points.sigma[k];
+            }
+            SingleMinimumParameters q = fitted;
+            if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints, q, fit) <= 0)
+                return false;
+            t = q[kMinTime] * span + options.fit.t_start;
+            return true;
+        };
+    };
+    Summarise(RunRounds(options, make_round), result);
     result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
     if (!result.ok) return result;
     if (!result.has_error) {
@@ -232,47 +230,45 @@ BootstrapResult EstimateMinimumBlockError(const BootstrapOptions& options) {
     std::vector<size_t> free;
     for (size_t k = 0; k < constraints.size(); ++k)
         if (!constraints[k].fixed) free.push_back(k);
-    const size_t p = free.size();
-    std::vector<double> jacobian(size_t(n) * p);
-    for (size_t j = 0; j < p; ++j) {
+    const size_t nfree = free.size();
+    std::vector<double> jacobian(size_t(n) * nfree);
+    for (size_t j = 0; j < nfree; ++j) {
         SingleMinimumParameters up = fitted, down = fitted;
         const double h = 1e-6 * std::max(std::fabs(fitted[free[j]]), 1e-3);
         up[free[j]] += h;
         down[free[j]] -= h;
         const CSingleMinimumModel above(up), below(down);
         for (int i = 0; i < n; ++i)
-            jacobian[size_t(i) * p + j] =
+            jacobian[size_t(i) * nfree + j] =
                 (above.Evaluate(x[i]) - below.Evaluate(x[i])) / (2 * h * sigma[i]);
     }
     const int length = std::clamp(
         options.block_length > 0 ? options.block_length : BlockLengthFromResiduals(residual), 1, n);
     result.block_length = length;
     // Residuals that keep the noise the fit followed, centred on 0.
-    residual = LeaveBlockOutResiduals(residual, jacobian, p, size_t(length));
+    residual = LeaveBlockOutResiduals(residual, jacobian, nfree, size_t(length));
     const double mean = std::accumulate(residual.begin(), residual.end(), 0.0) / n;
     for (double& r : residual) r -= mean;
 
     // Each round lays blocks of `length` consecutive residuals, each from a uniform start and
     // wrapping round the end, onto the fitted model and fits the result.
-    Summarise(RunRounds(options,
-                        [&] {
-                            return [&, y = std::vector<double>(n), fit = FitResult()](
-                                       std::mt19937_64& random, double& t) mutable {
-                                std::uniform_int_distribution<int> pick(0, n - 1);
-                                for (int i = 0; i < n;) {
-                                    const int from = pick(random);
-                                    for (int j = 0; j < length && i < n; ++j, ++i)
-                                        y[i] = model_value[i] + sigma[i] * residual[(from + j) % n];
-                                }
-                                SingleMinimumParameters p = fitted;
-                                if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints,
-                                                   p, fit) <= 0)
-                                    return false;
-                                t = p[kMinTime] * span + options.fit.t_start;
-                                return true;
-                            };
-                        }),
-              result);
+    const RoundFactory make_round = [&]() -> Round {
+        return [&, y = std::vector<double>(n), fit = FitResult()](std::mt19937_64& random,
+                                                                  double& t) mutable {
+            std::uniform_int_distribution<int> pick(0, n - 1);
+            for (int i = 0; i < n;) {
+                const int from = pick(random);
+                for (int j = 0; j < length && i < n; ++j, ++i)
+                    y[i] = model_value[i] + sigma[i] * residual[(from + j) % n];
+            }
+            SingleMinimumParameters q = fitted;
+            if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints, q, fit) <= 0)
+                return false;
+            t = q[kMinTime] * span + options.fit.t_start;
+            return true;
+        };
+    };
+    Summarise(RunRounds(options, make_round), result);
     result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
     return result;
 }
