@@ -4,7 +4,8 @@
 // look at the same kinds of data.
 //
 // Every minimum is drawn from its own generator seeded with (seed, kind, index): a case can be
-// rebuilt alone, and a set is the same whatever its size.
+// rebuilt alone, and a set is the same whatever its size (with the same standard library,
+// whose distributions are free to differ between implementations).
 #include <cstddef>
 #include <cstdint>
 #include <vector>
