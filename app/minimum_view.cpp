@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QComboBox>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -92,6 +93,15 @@ CMinimumView::CMinimumView(CShellHost& host, CKurvaluxPane& pane, QWidget* paren
     error_->setObjectName("Error");
     error_->setMaximumWidth(fontMetrics().horizontalAdvance("0.0000000000"));
     buttons->addWidget(error_);
+    // The block bootstrap's error, estimated with the case bootstrap's.
+    buttons->addWidget(new QLabel("Block Err.:", this));
+    block_error_ = new QLineEdit(this);
+    block_error_->setObjectName("Block Error");
+    block_error_->setMaximumWidth(error_->maximumWidth());
+    block_error_->setToolTip(
+        "Error from a moving-block bootstrap of the residuals: honest when neighbouring points "
+        "err together (red noise, a profile the model does not quite follow).");
+    buttons->addWidget(block_error_);
     layout->addLayout(buttons);
 
     auto* adding = new QHBoxLayout();
@@ -104,6 +114,18 @@ CMinimumView::CMinimumView(CShellHost& host, CKurvaluxPane& pane, QWidget* paren
         adding->addWidget(r);
     }
     primary_->setChecked(true);
+    // Which error "Add Min." keeps with the minimum; the choice is remembered in the settings.
+    adding->addWidget(new QLabel("Keep:", this));
+    kept_error_ = new QComboBox(this);
+    kept_error_->setObjectName("Kept Error");
+    kept_error_->addItem("Est. Err.", "case");
+    kept_error_->addItem("Block Err.", "block");
+    kept_error_->setCurrentIndex(host_.GetSettings().minimum_error_method == "block" ? 1 : 0);
+    connect(kept_error_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        host_.GetSettings().minimum_error_method =
+            kept_error_->itemData(index).toString().toStdString();
+    });
+    adding->addWidget(kept_error_);
     buttons = adding;
     add_button("Add Min.", &CMinimumView::AddMinimum);
     add_button("Min->M0", &CMinimumView::MinimumToM0);
@@ -172,7 +194,7 @@ void CMinimumView::Refill(bool keep_zoom) {
         t_end_ = series.LastTime();
         fit_ = {};
         keep_zoom = false;
-        if (!freeze_->isChecked()) error_->clear();
+        ClearErrors();
         EstimateStart();
     }
     kurvalux_lc::ChartRequest request;
@@ -286,8 +308,14 @@ void CMinimumView::FitMinimum() {
     }
     fit_ = result;
     ShowParameters(result.shown);
-    if (!freeze_->isChecked()) error_->clear();
+    ClearErrors();
     Refill(true);
+}
+
+void CMinimumView::ClearErrors() {
+    if (freeze_->isChecked()) return;
+    error_->clear();
+    block_error_->clear();
 }
 
 void CMinimumView::EstimateError() {
@@ -297,33 +325,46 @@ void CMinimumView::EstimateError() {
     kurvalux_analysis::BootstrapOptions bootstrap;
     bootstrap.fit = options;
     bootstrap.fitted = fit_;
-    // The window keeps painting and answering while the workers run; Cancel stops them.
+    // The window keeps painting and answering while the workers run; Cancel stops them. The
+    // case bootstrap fills the first half of the bar, the block bootstrap the second.
     QProgressDialog progress("Estimating the error of the minimum...", "Cancel", 0,
-                             kurvalux_analysis::kBootstrapRounds, this);
+                             2 * kurvalux_analysis::kBootstrapRounds, this);
     progress.setWindowTitle("Est. Err.");
     progress.setWindowModality(Qt::ApplicationModal);
     progress.setMinimumDuration(300);
-    bootstrap.progress = [&progress](int done, int planned) {
-        progress.setMaximum(planned);
-        progress.setValue(std::min(done, planned - 1));
+    int before = 0;
+    bootstrap.progress = [&progress, &before](int done, int planned) {
+        progress.setMaximum(2 * planned);
+        progress.setValue(std::min(before + done, 2 * planned - 1));
         QCoreApplication::processEvents();
         return !progress.wasCanceled();
     };
     QApplication::setOverrideCursor(Qt::BusyCursor);
     kurvalux_analysis::BootstrapResult result = kurvalux_analysis::EstimateMinimumError(bootstrap);
+    kurvalux_analysis::BootstrapResult block;
+    if (result.ok) {
+        before = result.rounds_run;
+        block = kurvalux_analysis::EstimateMinimumBlockError(bootstrap);
+    }
     QApplication::restoreOverrideCursor();
     progress.reset();
-    if (result.cancelled) return;
+    if (result.cancelled || block.cancelled) return;
     if (!result.ok) {
         if (!result.message.empty())
             host_.Messages().Error(result.message.title, result.message.lines);
         return;
     }
+    if (!block.ok && !block.message.empty())
+        host_.Messages().Error(block.message.title, block.message.lines);
     if (freeze_->isChecked()) return;
-    if (result.has_error)
-        error_->setText(BoxText(result.error));
-    else
-        error_->clear();
+    auto show = [](QLineEdit* box, const kurvalux_analysis::BootstrapResult& r) {
+        if (r.ok && r.has_error)
+            box->setText(BoxText(r.error));
+        else
+            box->clear();
+    };
+    show(error_, result);
+    show(block_error_, block);
 }
 
 void CMinimumView::AddMinimum() {
@@ -338,7 +379,9 @@ void CMinimumView::AddMinimum() {
     kurvalux_data::CMinimaListElem minimum;
     minimum.type = MinimumType();
     minimum.time = fit_.time_of_minimum;
-    minimum.error = CFormDialog::ParseReal(error_->text()).value_or(0.0);
+    const QLineEdit* kept =
+        kept_error_->currentData().toString() == "block" ? block_error_ : error_;
+    minimum.error = CFormDialog::ParseReal(kept->text()).value_or(0.0);
     kurvalux_data::CMinimaList& minima = object->series[static_cast<size_t>(index)]->minima;
     // The series keeps its minima in time order.
     auto at = std::upper_bound(
@@ -455,7 +498,7 @@ void CMinimumView::MoveToMinimum(int direction) {
     t_start_ = target - width / 2;
     t_end_ = target + width / 2;
     fit_ = {};
-    if (!freeze_->isChecked()) error_->clear();
+    ClearErrors();
     EstimateStart();
     Refill(false);
     Canvas()->ZoomTo(t_start_, t_end_);

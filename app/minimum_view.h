@@ -1,8 +1,9 @@
 #pragma once
 // The minimum fit view: one series around one minimum with the single-minimum model, the
 // seven parameter boxes with their "fit" switches, and the timing commands: the fit, the
-// bootstrap error (on worker threads, the window keeps painting), adding the minimum to the
-// series, taking it as the epoch M0, and "Fit all minima".
+// bootstrap errors (on worker threads, the window keeps painting: the case bootstrap and the
+// block bootstrap, which stays honest under correlated noise), adding the minimum to the series
+// with the error the user chose to keep, taking it as the epoch M0, and "Fit all minima".
 #include <QWidget>
 #include <array>
 
@@ -11,6 +12,7 @@
 
 class QLineEdit;
 class QCheckBox;
+class QComboBox;
 class QRadioButton;
 class QLabel;
 class QPushButton;
@@ -45,6 +47,9 @@ public:
     QLineEdit* ParameterBox(size_t i) { return boxes_[i]; }
     QCheckBox* FitSwitch(size_t i) { return free_[i]; }
     QLineEdit* ErrorBox() { return error_; }
+    // The block bootstrap's error beside it, and which of the two "Add Min." keeps.
+    QLineEdit* BlockErrorBox() { return block_error_; }
+    QComboBox* KeptError() { return kept_error_; }
     QCheckBox* FreezeError() { return freeze_; }
     // 0 undefined, 1 primary, 2 secondary.
     void SetMinimumType(uint32_t type);
@@ -76,6 +81,8 @@ private:
     void EstimateStart();
     void UpdateLimitsLabel();
     void MoveToMinimum(int direction);
+    // Clears both error boxes unless the errors are frozen.
+    void ClearErrors();
 
     CShellHost& host_;
     CKurvaluxPane& pane_;
@@ -83,6 +90,8 @@ private:
     std::array<QLineEdit*, kurvalux_analysis::kSingleMinimumParameterCount> boxes_{};
     std::array<QCheckBox*, kurvalux_analysis::kSingleMinimumParameterCount> free_{};
     QLineEdit* error_;
+    QLineEdit* block_error_;
+    QComboBox* kept_error_;
     QCheckBox* freeze_;
     QRadioButton* undefined_;
     QRadioButton* primary_;

@@ -92,6 +92,12 @@ int FitMin(const Args& args) {
     unsigned processors;
     uint64_t seed;
     if (!BootstrapArguments(args, processors, seed)) return 2;
+    // --error-method block adds the block bootstrap's error to the case bootstrap's lines.
+    const std::string method = args.Get("error-method", "case");
+    if (method != "case" && method != "block") {
+        std::fprintf(stderr, "--error-method must be case or block, not \"%s\"\n", method.c_str());
+        return 2;
+    }
 
     const SeriesPoints points = MagnitudePoints(*series, object->is_flux);
     MinimumFitOptions options;
@@ -164,6 +170,20 @@ int FitMin(const Args& args) {
     else
         std::printf("error none (spread of %s d, 1 day or more)\n",
                     FormatNumber(error.error).c_str());
+    if (method != "block") return 0;
+
+    const BootstrapResult block = EstimateMinimumBlockError(bootstrap);
+    if (!block.ok) {
+        PrintBox(block.message);
+        return 1;
+    }
+    std::printf("block_length %d\nblock_bootstrap_fits %zu\n", block.block_length,
+                block.times.size());
+    if (block.has_error)
+        PrintValue("block_error", block.error);
+    else
+        std::printf("block_error none (spread of %s d, 1 day or more)\n",
+                    FormatNumber(block.error).c_str());
     return 0;
 }
 
@@ -301,6 +321,9 @@ const CommandRegistrar kFitMin(
      Text("fixed", "NAMES",
           "parameters kept at their start values, e.g. s,G (t0 is always fitted)"),
      Flag("bootstrap", "estimate the error of the time of minimum by the bootstrap"),
+     Text("error-method", "case|block",
+          "with --bootstrap: case resamples the points; block also prints the error of a "
+          "moving-block bootstrap of the residuals, honest under correlated noise (default: case)"),
      ProcessorsOption(), SeedOption(), RootOption()});
 
 const CommandRegistrar kFitAllMinima(

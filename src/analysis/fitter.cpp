@@ -23,6 +23,19 @@ constexpr double kDefaultStepFactor = 100.0;
 constexpr double kDefaultCovarianceTolerance = 1e-14;
 constexpr int kDefaultMaxIterations = 200;
 
+// A parameter fitted onto a limit is saved with a few decimals and read back digit by digit:
+// 0.6 comes back as 6 * 0.1 = 0.6000000000000001, one unit in the last place above it. A start
+// value this close outside a limit is taken as the limit instead of being refused.
+constexpr int kLimitRoundingUlps = 4;
+
+// True when `value` lies no more than `ulps` representable doubles away from `limit`.
+bool WithinUlps(double value, double limit, int ulps) {
+    const double away = value > limit ? HUGE_VAL : -HUGE_VAL;
+    double edge = limit;
+    for (int k = 0; k < ulps; ++k) edge = std::nextafter(edge, away);
+    return value > limit ? value <= edge : value >= edge;
+}
+
 // True when no value is infinite or NaN (exponent field all ones); written on the bits so that
 // the loop vectorises.
 bool AllFinite(const double* values, int n) {
@@ -207,8 +220,10 @@ int Fit::Run(FitResult* result) {
     if (pars_) {
         for (int i = 0; i < npar_; ++i) {
             const FitParameterConstraint& c = pars_[i];
-            if ((c.limited[0] && xall_[i] < c.limits[0]) ||
-                (c.limited[1] && xall_[i] > c.limits[1]))
+            if ((c.limited[0] && xall_[i] < c.limits[0] &&
+                 !WithinUlps(xall_[i], c.limits[0], kLimitRoundingUlps)) ||
+                (c.limited[1] && xall_[i] > c.limits[1] &&
+                 !WithinUlps(xall_[i], c.limits[1], kLimitRoundingUlps)))
                 return kFitErrorInitBounds;
         }
         for (int i : ifree_) {
@@ -217,6 +232,13 @@ int Fit::Run(FitResult* result) {
         }
     }
     if (m_ < nfree_) return kFitErrorDof;
+    // The checks passed: a start value within rounding outside its limit is the limit.
+    if (pars_)
+        for (int i = 0; i < npar_; ++i) {
+            const FitParameterConstraint& c = pars_[i];
+            if (c.limited[0] && xall_[i] < c.limits[0]) xall_[i] = c.limits[0];
+            if (c.limited[1] && xall_[i] > c.limits[1]) xall_[i] = c.limits[1];
+        }
 
     x_.resize(nfree_);
     qllim_.assign(nfree_, 0);

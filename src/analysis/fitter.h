@@ -99,8 +99,10 @@ using FitFunction = int (*)(int m, int npar, const double* parameters, double* r
                             double** derivatives, void* private_data);
 
 // Minimises the sum of squared residuals over the free parameters. `parameters` holds the
-// start values and receives the fitted ones (the start values stay when the fit fails before
-// iterating). `constraints`, `config` and `result` may be null. Returns the status.
+// start values and receives the fitted ones (the start values stay when the fit is refused). A
+// start value no more than 4 units in the last place outside its limit (a limit value written
+// with a few decimals and read back) is moved onto the limit; further out it is refused (-21).
+// `constraints`, `config` and `result` may be null. Returns the status.
 int LeastSquaresFit(FitFunction function, int m, int npar, double* parameters,
                     const FitParameterConstraint* constraints, const FitConfig* config,
                     void* private_data, FitResult* result);

@@ -1,43 +1,24 @@
 #include "analysis/minimum_fit.h"
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
-#include <mutex>
-#include <random>
-#include <system_error>
-#include <thread>
 
+#include "analysis/minimum_fit_detail.h"
 #include "analysis/model_kernels.h"
-#include "platform/system.h"
-#include "platform/text.h"
 
 namespace kurvalux_analysis {
 
 namespace {
 
 const char* const kCannotFit = "Cannot perform minimum fit";
-const char* const kCannotEstimate = "Cannot Estimate Error";
 
-// The points of one fit on the normalised axis, with sigma = 0 taken as 1.
-struct MinimumPoints {
-    std::vector<double> x, y, sigma;
-};
-
-MinimumPoints SelectPoints(const MinimumFitOptions& o) {
-    MinimumPoints p;
-    const double scale = 1.0 / (o.t_end - o.t_start);
-    for (size_t i = 0; i < o.times.size(); ++i) {
-        const double t = o.times[i];
-        if (!(t >= o.t_start && t <= o.t_end)) continue;
-        p.x.push_back((t - o.t_start) * scale);
-        p.y.push_back(o.values[i]);
-        const double s = i < o.errors.size() ? o.errors[i] : 0.0;
-        p.sigma.push_back(s == 0.0 ? 1.0 : s);
-    }
-    return p;
+double Median(std::vector<double> v) {
+    if (v.empty()) return 0;
+    const size_t mid = v.size() / 2;
+    std::nth_element(v.begin(), v.begin() + mid, v.end());
+    double m = v[mid];
+    if (v.size() % 2 == 0) m = 0.5 * (m + *std::max_element(v.begin(), v.begin() + mid));
+    return m;
 }
 
 // The points of one fit and the intermediate values of the last full evaluation: the
@@ -80,9 +61,26 @@ int MinimumResiduals(int m, int, const double* p, double* residuals, double**, v
     return 0;
 }
 
-std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
-    const std::array<bool, kSingleMinimumParameterCount>& free) {
-    std::array<FitParameterConstraint, kSingleMinimumParameterCount> c;
+}  // namespace
+
+namespace detail {
+
+MinimumPoints SelectPoints(const MinimumFitOptions& o) {
+    MinimumPoints p;
+    const double scale = 1.0 / (o.t_end - o.t_start);
+    for (size_t i = 0; i < o.times.size(); ++i) {
+        const double t = o.times[i];
+        if (!(t >= o.t_start && t <= o.t_end)) continue;
+        p.x.push_back((t - o.t_start) * scale);
+        p.y.push_back(o.values[i]);
+        const double s = i < o.errors.size() ? o.errors[i] : 0.0;
+        p.sigma.push_back(s == 0.0 ? 1.0 : s);
+    }
+    return p;
+}
+
+MinimumConstraints Constraints(const std::array<bool, kSingleMinimumParameterCount>& free) {
+    MinimumConstraints c;
     for (size_t k = 0; k < c.size(); ++k) {
         c[k].fixed = (k == kMinTime || free[k]) ? 0 : 1;
         c[k].limited[0] = c[k].limited[1] = 1;
@@ -93,8 +91,8 @@ std::array<FitParameterConstraint, kSingleMinimumParameterCount> Constraints(
 }
 
 int RunFit(const double* x, const double* y, const double* sigma, int m,
-           const std::array<FitParameterConstraint, kSingleMinimumParameterCount>& constraints,
-           SingleMinimumParameters& parameters, FitResult& result) {
+           const MinimumConstraints& constraints, SingleMinimumParameters& parameters,
+           FitResult& result) {
     ResidualData data;
     data.x = x;
     data.y = y;
@@ -104,16 +102,7 @@ int RunFit(const double* x, const double* y, const double* sigma, int m,
                            constraints.data(), nullptr, &data, &result);
 }
 
-double Median(std::vector<double> v) {
-    if (v.empty()) return 0;
-    const size_t mid = v.size() / 2;
-    std::nth_element(v.begin(), v.begin() + mid, v.end());
-    double m = v[mid];
-    if (v.size() % 2 == 0) m = 0.5 * (m + *std::max_element(v.begin(), v.begin() + mid));
-    return m;
-}
-
-}  // namespace
+}  // namespace detail
 
 int MinimumFitOptions::CountInWindow() const {
     int n = 0;
@@ -134,14 +123,30 @@ MinimumFitResult FitMinimum(const MinimumFitOptions& options) {
     result.message = options.Validate(kCannotFit);
     if (!result.message.empty()) return result;
 
-    const MinimumPoints p = SelectPoints(options);
+    const detail::MinimumPoints p = detail::SelectPoints(options);
     const double span = options.t_end - options.t_start;
-    SingleMinimumParameters parameters = options.start;
-    parameters[kMinTime] = (options.start[kMinTime] - options.t_start) * (1.0 / span);
-    const auto constraints = Constraints(options.free);
+    SingleMinimumParameters start = options.start;
+    start[kMinTime] = (options.start[kMinTime] - options.t_start) * (1.0 / span);
+    const auto constraints = detail::Constraints(options.free);
     result.points = int(p.x.size());
-    result.status = RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points, constraints,
-                           parameters, result.fit);
+    // A start width too narrow for the minimum lets the fit shrink the profile until it sits
+    // between the points: the width ends on its lower limit 0 (where the model is 0/0 at any
+    // point that falls exactly on the centre) and the time of minimum means nothing. Such a
+    // fit starts again from twice, then four times the width.
+    const bool width_free = options.free[kMinWidth];
+    SingleMinimumParameters parameters;
+    for (double widen : kMinimumFitWidenings) {
+        parameters = start;
+        if (widen != 1.0)
+            parameters[kMinWidth] =
+                std::min(start[kMinWidth] * widen, kSingleMinimumUpper[kMinWidth]);
+        result.status = detail::RunFit(p.x.data(), p.y.data(), p.sigma.data(), result.points,
+                                       constraints, parameters, result.fit);
+        ++result.attempts;
+        const bool collapsed = result.status == kFitErrorNonFinite ||
+                               (result.status > 0 && parameters[kMinWidth] == 0.0);
+        if (!collapsed || !width_free || !(start[kMinWidth] > 0)) break;
+    }
     result.ok = result.status > 0;
     if (!result.ok) {
         result.message = {"Minimum fitting failed", {FitStatusText(result.status)}};
@@ -184,143 +189,37 @@ SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options) {
     start[kMinBase] = base;
     start[kMinTime] = ts[deepest];
     start[kMinAmplitude] = std::clamp(depth, 0.0, kSingleMinimumUpper[kMinAmplitude]);
-    // Half-depth half-width: the profile falls to half its depth near 0.85 widths.
+    // The half-depth level is crossed on each side where the smoothed curve rises back above
+    // it; the crossing time is interpolated between the two points that straddle it.
+    const double half = base + 0.5 * depth;
     size_t lo = deepest, hi = deepest;
-    while (lo > 0 && smooth[lo - 1] > base + 0.5 * depth) --lo;
-    while (hi + 1 < smooth.size() && smooth[hi + 1] > base + 0.5 * depth) ++hi;
-    const double half_width = 0.5 * (ts[hi] - ts[lo]) / span;
-    if (depth > 0 && half_width > 0) start[kMinWidth] = std::clamp(half_width / 0.85, 0.01, 0.5);
-    return start;
-}
-
-int BootstrapRoundsPerWorker(int total_rounds, unsigned processors) {
-    if (processors <= 1) return total_rounds;
-    return (total_rounds + int(processors) - 1) / int(processors);
-}
-
-BootstrapResult EstimateMinimumError(const BootstrapOptions& options) {
-    BootstrapResult result;
-    if (!options.fitted.ok) {
-        result.message = {kCannotEstimate,
-                          {"Minimum must be properly fitted", "prior to error estimation."}};
-        return result;
-    }
-    result.message = options.fit.Validate(kCannotEstimate);
-    if (!result.message.empty()) return result;
-
-    const uint64_t start_ticks = kurvalux_platform::TickCount();
-    const MinimumPoints points = SelectPoints(options.fit);
-    const int n = int(points.x.size());
-    const double span = options.fit.t_end - options.fit.t_start;
-    const auto constraints = Constraints(options.fit.free);
-    const SingleMinimumParameters fitted = options.fitted.normalised;
-
-    unsigned workers =
-        options.processors ? options.processors : kurvalux_platform::ProcessorCount();
-    if (workers == 0) workers = 1;
-    const int rounds = BootstrapRoundsPerWorker(options.total_rounds, workers);
-    const int planned = rounds * int(workers);
-    result.workers = workers;
-    result.rounds_per_worker = rounds;
-
-    // Shared by the workers: the read-only points and start values, the guarded list of times
-    // and the counters.
-    std::mutex list_mutex;
-    std::vector<double> times;
-    std::atomic<int> done{0};
-    std::atomic<bool> cancel{false};
-    const uint64_t clock_seed =
-        uint64_t(std::chrono::steady_clock::now().time_since_epoch().count());
-
-    auto worker = [&](unsigned index, const std::function<bool(int, int)>* progress) {
-        // Each worker owns its generator and its resampled copy.
-        std::mt19937_64 random(options.seed ? options.seed + index
-                                            : clock_seed ^ (0x9E3779B97F4A7C15ull * (index + 1)));
-        std::uniform_int_distribution<int> pick(0, n - 1);
-        std::vector<double> x(n), y(n), sigma(n);
-        FitResult fit;
-        for (int round = 0; round < rounds && !cancel.load(std::memory_order_relaxed); ++round) {
-            for (int i = 0; i < n; ++i) {
-                const int k = pick(random);
-                x[i] = points.x[k];
-                y[i] = points.y[k];
-                sigma[i] = points.sigma[k];
-            }
-            SingleMinimumParameters p = fitted;
-            if (RunFit(x.data(), y.data(), sigma.data(), n, constraints, p, fit) > 0) {
-                const double t = p[kMinTime] * span + options.fit.t_start;
-                std::lock_guard<std::mutex> lock(list_mutex);
-                times.push_back(t);
-            }
-            const int now = done.fetch_add(1) + 1;
-            if (progress && *progress && !(*progress)(now, planned)) cancel = true;
-        }
+    while (lo > 0 && smooth[lo - 1] > half) --lo;
+    while (hi + 1 < smooth.size() && smooth[hi + 1] > half) ++hi;
+    auto crossing = [&](size_t inside, size_t outside) {
+        const double f = (smooth[inside] - half) / (smooth[inside] - smooth[outside]);
+        return ts[inside] + f * (ts[outside] - ts[inside]);
     };
-
-    if (workers == 1) {
-        worker(0, &options.progress);
+    const bool left = lo > 0, right = hi + 1 < smooth.size();
+    double half_width = 0;
+    if (left && right) {
+        // Both branches seen: the middle of the crossings is a steadier time of minimum than
+        // the faintest point of a flat or noisy bottom.
+        const double from = crossing(lo, lo - 1), to = crossing(hi, hi + 1);
+        half_width = 0.5 * (to - from);
+        start[kMinTime] = 0.5 * (from + to);
+    } else if (left) {
+        // One branch only (the data end in the eclipse): its distance from the faintest point.
+        half_width = ts[deepest] - crossing(lo, lo - 1);
+    } else if (right) {
+        half_width = crossing(hi, hi + 1) - ts[deepest];
     } else {
-        std::mutex wait_mutex;
-        std::condition_variable finished_cv;
-        int finished = 0;
-        {
-            std::vector<std::jthread> threads;
-            threads.reserve(workers);
-            for (unsigned k = 0; k < workers; ++k) try {
-                    threads.emplace_back([&, k] {
-                        worker(k, nullptr);
-                        std::lock_guard<std::mutex> lock(wait_mutex);
-                        ++finished;
-                        finished_cv.notify_one();
-                    });
-                } catch (const std::system_error&) {
-                    // No thread to be had: this worker's rounds run here instead.
-                    worker(k, nullptr);
-                    std::lock_guard<std::mutex> lock(wait_mutex);
-                    ++finished;
-                }
-            // The calling thread stays responsive: it reports progress and passes on a cancel
-            // until every worker has finished.
-            std::unique_lock<std::mutex> lock(wait_mutex);
-            while (finished < int(workers)) {
-                finished_cv.wait_for(lock, std::chrono::milliseconds(20));
-                if (options.progress && !cancel.load()) {
-                    lock.unlock();
-                    if (!options.progress(done.load(), planned)) cancel = true;
-                    lock.lock();
-                }
-            }
-        }
+        half_width = 0.5 * (ts.back() - ts.front());
     }
-    result.rounds_run = done.load();
-    result.times = std::move(times);
-    result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
-
-    if (cancel.load()) {
-        result.cancelled = true;
-        return result;
-    }
-    const size_t count = result.times.size();
-    if (count < 2) {
-        result.message = {kCannotEstimate, {"Too few resampled fits succeeded."}};
-        return result;
-    }
-    double sum = 0;
-    for (double t : result.times) sum += t;
-    result.mean = sum / double(count);
-    double squares = 0;
-    for (double t : result.times) squares += (t - result.mean) * (t - result.mean);
-    result.error = std::sqrt(squares / double(count - 1));
-    result.ok = true;
-    result.has_error = result.error < 1.0;
-    if (!result.has_error) {
-        kurvalux_platform::DebugOutput("Error > 1, list of Times\r\n");
-        for (double t : result.times)
-            kurvalux_platform::DebugOutput(kurvalux_platform::FormatFixed(t, 6) + "\r\n");
-    }
-    kurvalux_platform::DebugOutput(
-        "Bootstrap time =" + kurvalux_platform::FormatFixed(result.seconds, 3) + " s\r\n");
-    return result;
+    // The start shape is 1, whose profile is half deep at HalfDepthOffset(1) = 1.118 widths.
+    half_width /= span;
+    if (depth > 0 && half_width > 0)
+        start[kMinWidth] = std::clamp(half_width / HalfDepthOffset(1.0), 0.01, 0.5);
+    return start;
 }
 
 }  // namespace kurvalux_analysis

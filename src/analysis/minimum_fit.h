@@ -27,6 +27,8 @@ constexpr std::array<double, kSingleMinimumParameterCount> kSingleMinimumUpper =
     20.0, 1.33, 20.0, 10.0, 0.6, 99.0, 10.0};
 
 constexpr int kMinimumFitMinPoints = 7;
+// Factors of the start width for the first fit and the fits after a collapse of the width.
+constexpr std::array<double, 3> kMinimumFitWidenings = {1.0, 2.0, 4.0};
 constexpr int kBootstrapRounds = 1000;
 
 // A message box the caller shows: a title and its lines.
@@ -65,6 +67,7 @@ struct MinimumFitResult {
     // The seven values as the pane shows them (t0 as JD).
     SingleMinimumParameters shown = {};
     int points = 0;
+    int attempts = 0;  // fits run: 1, or more when the width collapsed to 0 and was widened
     FitResult fit;
 };
 
@@ -72,8 +75,10 @@ struct MinimumFitResult {
 MinimumFitResult FitMinimum(const MinimumFitOptions& options);
 
 // Start values estimated from the window's points, smoothed by a 5-point running median: the
-// brightest level as base, the faintest point as time of minimum and depth, and a width from
-// the span of points deeper than half the depth. Trend 0, shape 1, correction 0. t0 as a JD.
+// brightest level as base, the faintest point as depth, and the width of shape 1 that is half
+// deep where the points cross half the depth. The time of minimum is the middle of the two
+// crossings, or the faintest point when only one branch is seen. Trend 0, shape 1,
+// correction 0. t0 as a JD.
 SingleMinimumParameters EstimateMinimumStart(const MinimumFitOptions& options);
 
 struct BootstrapOptions {
@@ -87,6 +92,8 @@ struct BootstrapOptions {
     uint64_t seed = 0;
     // Called now and then with (rounds done, rounds planned); false cancels the estimate.
     std::function<bool(int, int)> progress;
+    // Block bootstrap: residuals per block; 0 takes the length from the residuals.
+    int block_length = 0;
 };
 
 struct BootstrapResult {
@@ -101,6 +108,7 @@ struct BootstrapResult {
     double error = 0;        // standard deviation of the times, days
     bool has_error = false;  // false when the spread is 1 day or more (the box is cleared)
     double seconds = 0;
+    int block_length = 0;  // block bootstrap: the residuals per block
 };
 
 // Rounds per worker for `processors` workers: all rounds on one, else (rounds + N - 1) / N.
@@ -109,5 +117,24 @@ int BootstrapRoundsPerWorker(int total_rounds, unsigned processors);
 // "Est. Err.": the case-resampling bootstrap. Writes the "Error > 1" list and the elapsed
 // time to the debug output.
 BootstrapResult EstimateMinimumError(const BootstrapOptions& options);
+
+// The error under correlated noise: a moving-block bootstrap of the fit's residuals.
+//
+// Resampling single points (the case bootstrap) treats every point as independent evidence.
+// Photometry of one night is not: scintillation, guiding, airmass and the star's own
+// flickering make neighbouring points err together ("red" noise), and a model that does not
+// quite match the profile leaves residuals that run in stretches. The time of minimum then
+// scatters far more than independent points suggest (Pont, Zucker & Queloz 2006, MNRAS 373,
+// 231). Here the weighted residuals of the fit, in time order, are resampled in blocks of
+// consecutive points (the moving-block bootstrap, Kuensch 1989, Ann. Stat. 17, 1217, wrapping
+// round the end as in Politis & Romano 1992): each round lays blocks from uniformly drawn
+// starts onto the fitted model and fits again, so a stretch of correlated error keeps its
+// shape and its effect on the timing. The block length comes from the residuals' correlation
+// time (block_residuals.h), and each block's residuals are those of a fit made without it, so
+// that they keep the part of the noise the fit itself followed. The error is the standard
+// deviation of the times, with the rules of the case bootstrap (rounds per worker, seed,
+// progress and cancel, no error for a spread of a day or more); nothing is written to the
+// debug output.
+BootstrapResult EstimateMinimumBlockError(const BootstrapOptions& options);
 
 }  // namespace kurvalux_analysis

@@ -69,6 +69,15 @@ double EclipseProfile(double x, double amplitude, double inverse_width, double s
            (1.0 - std::pow(1.0 - std::exp(1.0 - std::cosh(inverse_width * x)), shape));
 }
 
+double HalfDepthOffset(double shape) {
+    // With no correction the profile is half its depth where
+    //     1 - (1 - e^(1 - cosh u))^g = 1/2,   u = x / d,
+    // so (1 - e^(1 - cosh u)) = 2^(-1/g), 1 - cosh u = ln(1 - 2^(-1/g)) and
+    //     u = acosh(1 - ln(1 - 2^(-1/g))).
+    // For g = 1: u = acosh(1 + ln 2) = 1.1182; a flatter bottom (larger g) moves it outward.
+    return std::acosh(1.0 - std::log(1.0 - std::pow(0.5, 1.0 / shape)));
+}
+
 CLightCurveModel::CLightCurveModel(const LightCurveParameters& parameters) : p_(parameters) {
     // No guard on a zero width: 1/0 and c/0 give what the arithmetic gives.
     kp_ = p_[lc::kCPri] / (p_[lc::kDPri] * p_[lc::kDPri]);

@@ -36,6 +36,11 @@ constexpr double kUndefinedValue = 100.0;
 double EclipseProfile(double x, double amplitude, double inverse_width, double shape,
                       double correction_factor);
 
+// Offset from the centre, in widths, at which a profile of shape g without correction is
+// half its depth (1.1182 widths for g = 1). A start width follows from a measured half-depth
+// half-width by dividing by it.
+double HalfDepthOffset(double shape);
+
 // Evaluation. Evaluate() and EvaluateMany() share one implementation of the elementary
 // functions (model_math.h) in a scalar and an AVX2 form that give identical bits, so a fit
 // ends on the same parameters whether or not the processor has the vector unit. Reference()

@@ -177,6 +177,7 @@ const std::vector<SettingKey>& Keys() {
         {"ShowStarAlt", KeyType::Bool, 0, KX_FIELD(show_star_alt)},
         {"ShowSunAlt", KeyType::Bool, 0, KX_FIELD(show_sun_alt)},
         {"CheckVersion", KeyType::Bool, 0, KX_FIELD(check_version)},
+        {"MinimumErrorMethod", KeyType::Text, 15, KX_FIELD(minimum_error_method)},
     };
     return keys;
 }

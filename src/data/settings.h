@@ -65,6 +65,9 @@ struct Settings {
     bool show_dev = false, show_minima = true, show_now = false, show_time = false;
     bool show_star_alt = true, show_sun_alt = true;
     bool check_version = false;
+    // The error kept with a minimum added in the minimum fit view: "case" (the case bootstrap
+    // of "Est. Err.") or "block" (the block bootstrap).
+    std::string minimum_error_method = "case";  // 15
 
     std::vector<std::string> recent_files;  // at most 8, newest first
     FilterTable filters = FilterTable::BuiltIn();

@@ -66,6 +66,37 @@ TEST(CliFit, Wasp12bTransitAgreesWithThePublishedMidTime) {
     EXPECT_EQ(run.values.at("C"), "0");
 }
 
+TEST(CliFit, BlockErrorMethodAddsItsLinesAfterTheCaseBootstrap) {
+    const std::string base = "fit-min " + kRealField +
+                             " --object WASP-12 --series 1 --from 2459482.42 --to 2459482.73"
+                             " --bootstrap --processors 2 --seed 2265";
+    const CliRun plain = RunCli(base);
+    const CliRun chosen_case = RunCli(base + " --error-method case");
+    const CliRun block = RunCli(base + " --error-method block");
+    ASSERT_EQ(block.code, 0) << block.out;
+    EXPECT_EQ(chosen_case.out, plain.out);
+    // Every line of the plain run, unchanged, then the block bootstrap's three.
+    ASSERT_EQ(block.out.substr(0, plain.out.size()), plain.out);
+    std::istringstream added(block.out.substr(plain.out.size()));
+    std::vector<std::string> keys;
+    for (std::string line; std::getline(added, line);)
+        keys.push_back(line.substr(0, line.find(' ')));
+    EXPECT_EQ(keys,
+              (std::vector<std::string>{"block_length", "block_bootstrap_fits", "block_error"}));
+    EXPECT_GE(std::stoi(block.values.at("block_length")), 3);
+    EXPECT_EQ(block.values.at("block_bootstrap_fits"), "1000");
+    // Two-minute TESS photometry of a bright star is close to white: the two errors agree
+    // within the scatter of their resamplings.
+    const double ratio =
+        std::stod(block.values.at("block_error")) / std::stod(block.values.at("error"));
+    EXPECT_GT(ratio, 0.7);
+    EXPECT_LT(ratio, 1.6);
+
+    const CliRun wrong = RunCli(base + " --error-method beta");
+    EXPECT_EQ(wrong.code, 2);
+    EXPECT_EQ(wrong.out, "--error-method must be case or block, not \"beta\"\n");
+}
+
 TEST(CliFit, RefusalsPrintTheirBoxes) {
     CliRun run = RunCli("fit-min " + kRealField +
                         " --object WASP-12 --series 1 --from 2459482.42 --to 2459482.43");

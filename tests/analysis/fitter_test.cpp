@@ -235,6 +235,59 @@ TEST(Fitter, FixedParameterKeepsItsValueAndHasNoError) {
     for (const auto& call : line.seen) EXPECT_EQ(call[0], 0.75);
 }
 
+// A start value a few units in the last place outside a limit, as a value fitted onto the
+// limit comes back from a file with six decimals, starts on the limit; further out it is
+// refused.
+struct LimitRoundingCase {
+    const char* name;
+    double limit;
+    bool upper;
+    int ulps;  // representable doubles between the limit and the start value
+    bool fixed;
+    int status;  // > 0 stands for any usable fit
+};
+
+class LimitRoundingTable : public testing::TestWithParam<LimitRoundingCase> {};
+
+TEST_P(LimitRoundingTable, StartsOnTheLimitOrIsRefused) {
+    const LimitRoundingCase& t = GetParam();
+    Line line = MakeLine(1.0, 2.0);
+    double start = t.limit;
+    for (int k = 0; k < t.ulps; ++k) start = std::nextafter(start, t.upper ? HUGE_VAL : -HUGE_VAL);
+    double p[2] = {0.5, start};
+    FitParameterConstraint c[2];
+    c[1].fixed = t.fixed;
+    c[1].limited[t.upper ? 1 : 0] = 1;
+    c[1].limits[t.upper ? 1 : 0] = t.limit;
+    const int status = LeastSquaresFit(LineResiduals, 4, 2, p, c, nullptr, &line, nullptr);
+    if (t.status < 0) {
+        EXPECT_EQ(status, t.status) << t.name;
+        EXPECT_EQ(p[1], start) << t.name;
+        return;
+    }
+    ASSERT_GT(status, 0) << t.name;
+    EXPECT_EQ(line.seen.front()[1], t.limit) << t.name;  // the first evaluation is on the limit
+    if (t.fixed) {
+        EXPECT_EQ(p[1], t.limit) << t.name;
+    } else if (t.upper) {
+        EXPECT_LE(p[1], t.limit) << t.name;
+    } else {
+        EXPECT_GE(p[1], t.limit) << t.name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Fitter, LimitRoundingTable,
+    testing::Values(LimitRoundingCase{"width 0.6 read back as 0.6000000000000001, fixed", 0.6, true,
+                                      1, true, 1},
+                    LimitRoundingCase{"width 0.6 one ulp above, free", 0.6, true, 1, false, 1},
+                    LimitRoundingCase{"phase 0.75 four ulps above", 0.75, true, 4, false, 1},
+                    LimitRoundingCase{"phase 0.75 five ulps above", 0.75, true, 5, false, -21},
+                    LimitRoundingCase{"phase -0.25 two ulps below", -0.25, false, 2, false, 1},
+                    LimitRoundingCase{"zero one denormal below", 0.0, false, 1, true, 1},
+                    LimitRoundingCase{"zero five denormals below", 0.0, false, 5, false, -21},
+                    LimitRoundingCase{"a thousand ulps above", 1.5, true, 1000, false, -21}));
+
 TEST(Fitter, ParametersPushedOutwardStayPeggedOnTheirLimits) {
     // The data want a slope of 2; the slope is held in [-1, 1.5] and starts on the upper limit,
     // the offset in [1.5, 3] starts on its lower limit and is pushed downward too.

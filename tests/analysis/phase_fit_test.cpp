@@ -12,6 +12,7 @@
 #include "analysis/model.h"
 #include "analysis/model_kernels.h"
 #include "analysis/phase_fit.h"
+#include "data/field_file.h"
 
 namespace {
 
@@ -108,6 +109,40 @@ TEST(PhaseFit, FailuresShowTheFitterText) {
     EXPECT_EQ(r.message.lines,
               std::vector<std::string>{"Initial values inconsistent with constraints"});
     EXPECT_EQ(r.parameters, o.start);
+}
+
+TEST(PhaseFit, ParametersFittedOntoTheirLimitsFitAgainAfterSavingAndLoading) {
+    // d_sec = 0.6 and sec_phase = 0.75, both on their upper limits, are written with six
+    // decimals; the reader sums the digits up to 6 * 0.1 = 0.6000000000000001 and
+    // 0.7500000000000001, one unit in the last place outside the limits.
+    kurvalux_data::Field field;
+    auto object = std::make_unique<kurvalux_data::CObjectListElem>();
+    object->name = "On the limits";
+    object->m0 = 2459000.5;
+    object->period = 0.8;
+    object->fit = Cycle1000().start;
+    object->fit[kurvalux_data::kDSec] = 0.6;
+    object->fit[kurvalux_data::kSecPhase] = 0.75;
+    object->has_fit = true;
+    field.objects.push_back(std::move(object));
+    kurvalux_data::Field loaded;
+    CRecordingMessageBoxSink quiet;
+    ASSERT_TRUE(
+        kurvalux_data::LoadFieldText(kurvalux_data::FieldToText(field), loaded, {}, quiet).ok);
+    ASSERT_EQ(loaded.objects.size(), 1u);
+    const kurvalux_data::LightCurveParameters& back = loaded.objects[0]->fit;
+    EXPECT_EQ(back[kurvalux_data::kDSec], std::nextafter(0.6, 1.0));
+    EXPECT_EQ(back[kurvalux_data::kSecPhase], std::nextafter(0.75, 1.0));
+
+    PhaseFitOptions o = Cycle1000();
+    o.start = back;
+    o.free[kurvalux_data::kDSec] = false;  // held on the limit
+    const PhaseFitResult held = FitPhaseCurve(o);
+    ASSERT_TRUE(held.ok) << (held.message.lines.empty() ? "" : held.message.lines[0]);
+    EXPECT_EQ(held.parameters[kurvalux_data::kDSec], 0.6);
+    EXPECT_LE(held.parameters[kurvalux_data::kSecPhase], 0.75);
+    o.free[kurvalux_data::kDSec] = true;
+    EXPECT_TRUE(FitPhaseCurve(o).ok);
 }
 
 TEST(PhaseFit, NegativePhaseAndZeroSigmaAdjustedOnTheCopyOnly) {

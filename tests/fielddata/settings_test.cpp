@@ -73,7 +73,7 @@ TEST(Settings, KeysRecentFilesAndDefaults) {
     Settings settings;
     const bool found = ParseSettings(
         "[KURVALUX]\r\nXPos=15\r\nMaximized=1\r\nMinimalPeriod=0.25\r\nRootPath=D:\\Photometry\r\n"
-        "Width=wide\r\nCheckVersion=0\r\nHTMLExportOptions=7\r\n"
+        "Width=wide\r\nCheckVersion=0\r\nHTMLExportOptions=7\r\nMinimumErrorMethod=block\r\n"
         "[MRUfiles]\r\n0=C:\\a.kvf\r\n5=/home/b.kvf\r\n",
         settings);
     EXPECT_TRUE(found);
@@ -83,6 +83,8 @@ TEST(Settings, KeysRecentFilesAndDefaults) {
     EXPECT_EQ(settings.root_path, "D:\\Photometry");
     EXPECT_EQ(settings.width, Settings{}.width);  // a value that does not parse keeps the default
     EXPECT_EQ(settings.html_export_options, 7);
+    EXPECT_EQ(settings.minimum_error_method, "block");
+    EXPECT_EQ(Settings{}.minimum_error_method, "case");
     EXPECT_EQ(settings.recent_files, (std::vector<std::string>{"C:\\a.kvf", "/home/b.kvf"}));
     Settings none;
     EXPECT_FALSE(ParseSettings("[Other]\nXPos=3\n", none));
@@ -102,7 +104,8 @@ TEST(Settings, SaveLoadRoundTripWithProtectedPassword) {
     const std::string text = folder.Read("sub/kurvalux.ini");
     EXPECT_EQ(text.rfind("[KURVALUX]\r\nXPos=", 0), 0u);
     EXPECT_EQ(text.find("s3cret"), std::string::npos);
-    EXPECT_LT(text.find("CheckVersion="), text.find("[MRUfiles]"));
+    EXPECT_LT(text.find("CheckVersion="), text.find("MinimumErrorMethod=case\r\n"));
+    EXPECT_LT(text.find("MinimumErrorMethod="), text.find("[MRUfiles]"));
     EXPECT_LT(text.find("[MRUfiles]"), text.find("[Filters]"));
     EXPECT_NE(text.find("TESS=FF102030\r\n"), std::string::npos);
 
