@@ -327,14 +327,14 @@ TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
                               "Possible periods were found: All found periods fitting defined "
                               "minima | were added as items of period combo-box \"P:\""}));
     // The current period first, then every period that divides 10 d down to the minimal 2 d:
-    // all line the minima up exactly (R = 1), so they keep the order the search found them
-    // in, by increasing period.
+    // all line the minima up exactly (R = 1), so they keep the order the search scores them
+    // in, longest period first.
     QComboBox* box = window_->Pane()->PeriodBox();
     ASSERT_EQ(box->count(), 6);
     std::vector<std::string> items;
     for (int i = 0; i < box->count(); ++i) items.push_back(box->itemText(i).toStdString());
-    EXPECT_EQ(items, (std::vector<std::string>{"0.7400000", "2.0000000", "2.5000000", "3.3333333",
-                                               "5.0000000", "10.0000000"}));
+    EXPECT_EQ(items, (std::vector<std::string>{"0.7400000", "10.0000000", "5.0000000", "3.3333333",
+                                               "2.5000000", "2.0000000"}));
     // The dialog offers the values of its last use.
     scripts_.push_back([](QDialog& d) {
         EXPECT_EQ(static_cast<CFormDialog&>(d).Text("Minimal period [d]:"), "2");
@@ -347,6 +347,8 @@ TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
 TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
     ASSERT_TRUE(OpenTestField());
     window_->GetSettings().auto_accept_m0_period = true;
+    // A period from an earlier search stays in the list; the new ones follow it.
+    window_->GetField().objects[0]->periods = {{5.0, 5000, 1.0}};
     const double current = window_->GetField().objects[0]->period;
     scripts_.push_back([](QDialog& d) {
         auto& form = static_cast<CFormDialog&>(d);
@@ -362,10 +364,14 @@ TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
                               "Possible periods were found: Three periods with highest response | "
                               "were added as items of period combo-box \"P:\""}));
     const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
-    ASSERT_EQ(object.periods.size(), 4u);
+    ASSERT_EQ(object.periods.size(), 5u);
     EXPECT_EQ(object.periods[0].period, current);
-    // Accepted automatically: the best period found is now the object's.
-    EXPECT_EQ(object.period, object.periods[1].period);
+    EXPECT_EQ(object.periods[1].period, 5.0);
+    // Accepted automatically: the best period found (not the earlier one) is now the object's.
+    EXPECT_EQ(object.period, object.periods[2].period);
+    QComboBox* box = window_->Pane()->PeriodBox();
+    ASSERT_EQ(box->count(), 5);
+    EXPECT_EQ(box->itemText(1).toStdString(), "5.0000000");
     EXPECT_NE(object.period, current);
     EXPECT_TRUE(window_->Modified());
 }

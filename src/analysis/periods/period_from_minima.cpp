@@ -347,6 +347,7 @@ PeriodCommandResult RunPeriodsFromMinima(CObjectListElem& object,
     }
     std::vector<CPeriodListElem> periods = SearchPeriodsFromMinima(minima, options);
     outcome.found = !periods.empty();
+    outcome.offered = periods;
     PutCurrentPeriodFirst(object, periods);
     object.periods = std::move(periods);
     outcome.changed = true;

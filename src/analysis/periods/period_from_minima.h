@@ -81,8 +81,10 @@ MinimaGathering GatherSearchMinima(const kurvalux_data::CObjectListElem& object)
 
 // What a period command did: the boxes to show, in order, and whether the object changed.
 struct PeriodCommandResult {
-    bool changed = false;  // the object's period list was replaced
+    bool changed = false;  // the object's period list was rewritten
     bool found = false;    // the search offered at least one period
+    // The periods the search put into the list, best first (without the current period).
+    std::vector<kurvalux_data::CPeriodListElem> offered;
     std::vector<kurvalux_platform::MessageBoxRecord> messages;
 };
 
