@@ -464,7 +464,10 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     const size_t n = plot_points_.size();
     auto visible = [&](const CPlotPoint& p) { return p.x >= left && p.x <= right && p.y >= 0; };
     std::vector<uint8_t> keep(n, 0);
-    const bool dedupe = skip_covered_duplicates;
+    // On a pixel device a point (error bar, highlight ring) drawn again later at the same pixel
+    // in the same colour covers the earlier one completely; leaving that out keeps the picture
+    // and lets a chart of a million points draw only the marks that can be seen.
+    const bool dedupe = dc.MayOmitCoveredMarks();
 
     if (thumbnail_) {
         CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height, n);
@@ -575,8 +578,13 @@ CLightCurvePane::ExportScope::~ExportScope() {
 }
 
 std::string CLightCurvePane::SvgText(int width, int height, const std::string& title) {
+    // Every point is written (about 110 bytes a disc, 300 more for its error bar): room for
+    // them at once keeps a document of tens of megabytes from being moved while it grows.
+    constexpr size_t kFrameBytes = 64 * 1024, kDiscBytes = 112, kErrorBarBytes = 300;
     CTextBuffer buffer;
     buffer.line_end = false;
+    buffer.Reserve(kFrameBytes +
+                   points_.size() * (kDiscBytes + (show_error_bars ? kErrorBarBytes : 0)));
     {
         CSVGContext svg;
         ExportScope scope(*this, width, height, title, svg);
@@ -584,7 +592,7 @@ std::string CLightCurvePane::SvgText(int width, int height, const std::string& t
         Paint(svg);
         svg.WriteFooter();
     }
-    return buffer.Text();
+    return buffer.Take();
 }
 
 bool CLightCurvePane::ExportSvg(const std::string& path, int width, int height,
