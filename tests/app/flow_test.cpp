@@ -241,6 +241,40 @@ TEST_F(WindowTest, FitAllMinimaWalksTheSelectedSeriesAndAsksForEachMinimum) {
     EXPECT_TRUE(window_->Modified());
 }
 
+TEST_F(WindowTest, CancelInFitAllMinimaWithNothingAddedLeavesTheFieldUnmodified) {
+    // The dialog taken as offered, or with a new time around; either way the first question
+    // is cancelled, nothing is added and the field stays as saved. The new time around is
+    // offered again next time.
+    const struct {
+        const char* name;
+        const char* time_around;  // null: the box as offered
+        double kept;
+    } cases[] = {{"as offered", nullptr, 0.12}, {"new time around", "0.1", 0.1}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(OpenTestField());
+        boxes_.Clear();
+        CKurvaluxPane& pane = *window_->Pane();
+        pane.ShowTab(kTabMinimum);
+        ASSERT_TRUE(window_->Dispatch(kCmdSelectAllSeries));
+        window_->SetModified(false);
+        scripts_.push_back([&c](QDialog& d) {
+            if (c.time_around)
+                static_cast<CFormDialog&>(d).SetBoxText("Time around Primary:", c.time_around);
+            return static_cast<int>(QDialog::Accepted);
+        });
+        boxes_.QueueAnswer(MessageAnswer::Cancel);
+        pane.MinimumView()->FitAllMinima();
+        const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+        EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Found Minimum: Add Primary minimum?"}))
+            << c.name;
+        EXPECT_TRUE(object.series[0]->minima.empty()) << c.name;
+        EXPECT_TRUE(object.series[1]->minima.empty()) << c.name;
+        EXPECT_FALSE(window_->Modified()) << c.name;
+        EXPECT_NE(Title().back(), '*') << c.name;
+        EXPECT_DOUBLE_EQ(object.primary_fit_time_range, c.kept) << c.name;
+    }
+}
+
 TEST_F(WindowTest, PhaseFitOnAWorkerReportsAndShowsTheFittedValues) {
     ASSERT_TRUE(OpenTestField());
     CKurvaluxPane& pane = *window_->Pane();
