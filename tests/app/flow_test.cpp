@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QTimer>
+#include <QtTest/QTest>
 #include <cmath>
 
 #include "app/commands.h"
@@ -376,6 +377,44 @@ TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
     });
     ASSERT_TRUE(window_->Dispatch(kCmdPeriodsFromMinima));
     EXPECT_EQ(object.period, current);
+}
+
+TEST_F(WindowTest, ChoosingAPeriodAsksAndNoKeepsTheCurrentOne) {
+    // The user picks the second period of the "P:" box with the arrow key while editing it;
+    // the question takes the focus from the box. No keeps the period, Yes takes the new one.
+    const struct {
+        MessageAnswer answer;
+        double period;
+        const char* shown;
+        bool modified;
+    } cases[] = {{MessageAnswer::No, 0.74, "0.7400000", false},
+                 {MessageAnswer::Yes, 1.48, "1.4800000", true}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(OpenTestField());
+        boxes_.Clear();
+        kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+        object.period = 0.74;
+        object.periods = {{0.74, 740, 0}, {1.48, 1480, 1}};
+        window_->Pane()->RefreshObject();
+        window_->show();
+        QApplication::setActiveWindow(window_.get());
+        QComboBox* box = window_->Pane()->PeriodBox();
+        box->lineEdit()->setFocus();
+        ASSERT_TRUE(box->lineEdit()->hasFocus());
+        window_->SetModified(false);
+
+        boxes_.QueueAnswer(c.answer);
+        QTest::keyClick(box->lineEdit(), Qt::Key_Down);
+        EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                                  "Change of period: Do you want to change the period of the "
+                                  "object | to 1.4800000?"}));
+        // Leaving the box afterwards changes nothing more.
+        box->lineEdit()->clearFocus();
+        EXPECT_EQ(object.period, c.period);
+        EXPECT_EQ(box->currentText().toStdString(), c.shown);
+        EXPECT_EQ(window_->Modified(), c.modified);
+        EXPECT_EQ(BoxTexts().size(), 1u);
+    }
 }
 
 TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
