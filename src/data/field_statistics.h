@@ -14,13 +14,17 @@ struct FieldStatistics {
     long points = 0;
     long nights = 0;     // distinct integer JDs among the points counted
     long obs_hours = 0;  // summed series spans in days x 24, rounded half up
+    // Series with a time outside kEarliestJulianDate .. kLatestJulianDate (or not a number):
+    // their points and minima are counted, their nights and hours cannot be.
+    long out_of_range = 0;
 };
 
 // All series, or (short_only) only the series spanning less than one day, which leaves out
 // survey data that covers months.
 FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only);
 
-// The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours".
+// The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours", and
+// when some series have times out of range, a line that says how many.
 std::vector<std::string> FieldStatisticsLines(const FieldStatistics& statistics);
 
 constexpr const char* kFieldStatisticsTitle = "Statistics of Field";
