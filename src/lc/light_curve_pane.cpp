@@ -357,10 +357,11 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
                 dc.DrawCircle(x, top, 2 * radius_);
                 dc.DrawCircle(x, bottom, 2 * radius_);
             }
-            if (marker.time != 0) {
+            // A time out of range (from a broken series) has no date: the line alone is drawn.
+            const std::string label = marker.time != 0 ? LocalDateTime(marker.time) : "";
+            if (!label.empty()) {
                 // A label that would be written over the previous one is left out: the
                 // marker line still shows the minimum, and its neighbour stays readable.
-                std::string label = LocalDateTime(marker.time);
                 int label_width = dc.TextWidth(label);
                 int label_x = x + 2;
                 // A label that would run off the pane's right edge is written to the left of

@@ -3,8 +3,11 @@
 // a character; 16-pixel bold: line 20, 9.6 a character), then the paint order step by step.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -126,6 +129,37 @@ TEST_F(PaneTest, PaintOrderOfAFullChart) {
         "disc 373 258 2 0"};
     std::vector<std::string> tail(dc.Calls().begin() + grid_end, dc.Calls().end());
     EXPECT_EQ(tail, rest);
+    unsetenv("TZ");
+    tzset();
+}
+
+TEST_F(PaneTest, MarkersWithTimesOutOfRangeKeepTheirLinesButNoDate) {
+    // A minimum timed from a broken series can carry any time; its line is drawn where the
+    // chart puts it, but a date is written only for a time in the range of Julian Dates.
+    setenv("TZ", "UTC", 1);
+    tzset();
+    AddCorners();
+    const double inf = std::numeric_limits<double>::infinity();
+    const double times[] = {2451545.0, 1e300, -1e300, inf, std::nan(""), -1.0, 5373484.5};
+    double position = 0.5;
+    for (double time : times) {
+        pane.AddMarkerAt(position, time, MakeColour(220, 0, 0), kMarkerMinimumPrimary);
+        position += 1.4;
+    }
+    pane.LayoutAll();
+    pane.Paint(dc);
+    // Marker lines run from the plot's top (23) to its bottom (264), as the Y axis does at its
+    // left edge; their labels are written
+    // a line above the top (y 8), where the caption "Mag" is too.
+    std::vector<std::string> marker_lines, labels;
+    for (const std::string& call : dc.CallsOf("line"))
+        if (std::regex_match(call, std::regex("line ([0-9]+) 23 \\1 264")))
+            marker_lines.push_back(call);
+    for (const std::string& call : dc.CallsOf("text"))
+        if (call.rfind("text 10 8 ", 0) != 0 && call.find(" 8 ") != std::string::npos)
+            labels.push_back(call);
+    EXPECT_EQ(marker_lines.size(), 1u + 7u);  // the Y axis and the seven markers
+    EXPECT_EQ(labels, (std::vector<std::string>{"text 81 8 2000-01-01 12:00"}));
     unsetenv("TZ");
     tzset();
 }
