@@ -47,7 +47,9 @@ std::optional<double> CFormDialog::ParseReal(const QString& text) {
 
 void CFormDialog::AddReal(const QString& label, double value, double lower, double upper,
                           int decimals) {
-    auto* edit = new QLineEdit(RealText(value, decimals), this);
+    const QString text = RealText(value, decimals);
+    offered_[label] = {text, value};
+    auto* edit = new QLineEdit(text, this);
     edit->setObjectName(label);
     edit->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("0000000.0000000")));
     form_->addRow(label, edit);
@@ -110,6 +112,9 @@ QWidget* CFormDialog::Box(const QString& label) const {
 double CFormDialog::Real(const QString& label) const {
     auto* edit = qobject_cast<QLineEdit*>(Box(label));
     if (!edit) return 0;
+    auto offered = offered_.find(label);
+    if (offered != offered_.end() && edit->text() == offered->second.first)
+        return offered->second.second;
     return ParseReal(edit->text()).value_or(0.0);
 }
 

@@ -36,7 +36,9 @@ public:
     // Any widget in the form, under a label.
     void AddWidget(const QString& label, QWidget* widget);
 
-    // Reads the boxes (valid after accept()).
+    // Reads the boxes (valid after accept()). A real box whose text is still the one it was
+    // filled with gives back the value it was filled with: the text shows 15 digits, which need
+    // not read back as the same double, and a dialog taken as offered must change nothing.
     double Real(const QString& label) const;
     long Count(const QString& label) const;
     std::string Text(const QString& label) const;
@@ -68,6 +70,7 @@ private:
     QFormLayout* form_;
     std::map<QString, QWidget*> boxes_;
     std::map<QString, Range> ranges_;
+    std::map<QString, std::pair<QString, double>> offered_;  // real boxes: first text, value
 };
 
 }  // namespace kurvalux_app

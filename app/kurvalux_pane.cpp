@@ -667,6 +667,12 @@ void CKurvaluxPane::PeriodChosen(int index) {
     double period = object->periods[static_cast<size_t>(index)].period;
     if (period == object->period) return;
     if (!host_.GetSettings().auto_accept_m0_period) {
+        // The box already shows the chosen period. While the question waits it takes the focus
+        // from the box, and a box that loses the focus counts as edited: put the current period
+        // back first, so that only Yes changes it.
+        filling_ = true;
+        period_->setEditText(Q(FormatFixed(object->period, 7)));
+        filling_ = false;
         kurvalux_platform::MessageAnswer answer = host_.Messages().Show(
             "Change of period",
             {"Do you want to change the period of the object",

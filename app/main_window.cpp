@@ -924,11 +924,12 @@ void CKurvalux::ToggleCheck(int command) {
 
 // ---- Periods
 
-void CKurvalux::AcceptFoundPeriod(CObjectListElem& object) {
-    // With "Automatically accept M0, P changes" the best period found becomes the object's;
-    // the current period, kept at the head of the list, is passed over.
+void CKurvalux::AcceptFoundPeriod(CObjectListElem& object,
+                                  const std::vector<kurvalux_data::CPeriodListElem>& offered) {
+    // With "Automatically accept M0, P changes" the best period the search offered becomes the
+    // object's (the list may also hold the current period and those of earlier searches).
     if (!settings_.auto_accept_m0_period) return;
-    for (const kurvalux_data::CPeriodListElem& p : object.periods) {
+    for (const kurvalux_data::CPeriodListElem& p : offered) {
         if (p.period == object.period) continue;
         object.period = p.period;
         MarkModified();
@@ -962,7 +963,7 @@ void CKurvalux::PeriodsFromMinima() {
     kurvalux_analysis::PeriodCommandResult result =
         kurvalux_analysis::RunPeriodsFromMinima(*object, gathering.minima, last);
     QApplication::restoreOverrideCursor();
-    if (result.found) AcceptFoundPeriod(*object);
+    if (result.found) AcceptFoundPeriod(*object, result.offered);
     pane_->RefreshObject();
     for (const auto& box : result.messages)
         messages_->Show(box.title, box.lines, box.icon, box.buttons);
@@ -1021,7 +1022,7 @@ void CKurvalux::PeriodsByFrequency() {
     QApplication::restoreOverrideCursor();
     progress.hide();
     // A cancelled analysis adds nothing and says so ("Frequency analysis failed").
-    if (result.found) AcceptFoundPeriod(*object);
+    if (result.found) AcceptFoundPeriod(*object, result.offered);
     pane_->RefreshObject();
     for (const auto& box : result.messages)
         messages_->Show(box.title, box.lines, box.icon, box.buttons);

@@ -131,7 +131,8 @@ private:
     void SaveGraph(bool svg);
     void PeriodsFromMinima();
     void PeriodsByFrequency();
-    void AcceptFoundPeriod(kurvalux_data::CObjectListElem& object);
+    void AcceptFoundPeriod(kurvalux_data::CObjectListElem& object,
+                           const std::vector<kurvalux_data::CPeriodListElem>& offered);
     void UsersGuide();
     void About();
 

@@ -452,9 +452,12 @@ void CMinimumView::FitAllMinima() {
     kurvalux_analysis::FitAllMinimaResult result =
         kurvalux_analysis::FitAllMinima(*object, selected, options, host_.Messages());
     QApplication::restoreOverrideCursor();
-    if (result.added > 0 || object->primary_fit_time_range != primary_before ||
-        object->secondary_fit_time_range != secondary_before)
-        host_.MarkModified();
+    // A walk cancelled before anything was added leaves nothing worth saving: the new
+    // time-around values are kept for the next run, but alone they are no reason to ask
+    // about unsaved changes.
+    const bool new_ranges = object->primary_fit_time_range != primary_before ||
+                            object->secondary_fit_time_range != secondary_before;
+    if (result.added > 0 || (new_ranges && !result.cancelled)) host_.MarkModified();
     pane_.RefreshObject();
 }
 

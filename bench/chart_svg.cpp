@@ -61,15 +61,6 @@ void BM_SvgExport100kPoints(benchmark::State& state) {
 }
 BENCHMARK(BM_SvgExport100kPoints)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
-// Every point written, also those an identical later point covers.
-void BM_SvgExport100kPointsAllWritten(benchmark::State& state) {
-    Fixture& f = Shared();
-    f.pane.skip_covered_duplicates = false;
-    for (auto _ : state) benchmark::DoNotOptimize(f.Export());
-    f.pane.skip_covered_duplicates = true;
-}
-BENCHMARK(BM_SvgExport100kPointsAllWritten)->Unit(benchmark::kMillisecond)->MinTime(2.0);
-
 void BM_SvgText100kPoints(benchmark::State& state) {
     Fixture& f = Shared();
     for (auto _ : state) {

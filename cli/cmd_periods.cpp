@@ -97,10 +97,11 @@ int Periodogram(const Args& args) {
     if (!result.found) return 1;
 
     std::printf("period\tresponse\ttheta\tk\n");
-    for (uint64_t k : result.chosen) {
-        const double period = result.grid.Period(k) * (options.double_periods ? 2 : 1);
-        std::printf("%s\t%s\t%s\t%llu\n", FormatNumber(period).c_str(),
-                    FormatNumber(result.values[k].response).c_str(),
+    // The periods as they went into the object's list (doubled when asked).
+    for (size_t i = 0; i < result.chosen.size(); ++i) {
+        const uint64_t k = result.chosen[i];
+        std::printf("%s\t%s\t%s\t%llu\n", FormatNumber(result.offered[i].period).c_str(),
+                    FormatNumber(result.offered[i].coherence).c_str(),
                     FormatNumber(result.values[k].theta).c_str(),
                     static_cast<unsigned long long>(k));
     }

@@ -38,6 +38,10 @@ public:
     void FillRectangle(int x, int y, int width, int height) override;
     int DpiX() const override { return dpi_x_; }
     int DpiY() const override { return dpi_y_; }
+    // Pixels: a mark covered by an identical later one is left out (on by default; off only
+    // to compare the pictures or to measure what leaving them out saves).
+    bool MayOmitCoveredMarks() const override { return omit_covered_; }
+    void SetMayOmitCoveredMarks(bool on) { omit_covered_ = on; }
 
 private:
     void ApplyPen();
@@ -48,6 +52,7 @@ private:
     qsizetype stride_ = 0;
     int image_width_ = 0, image_height_ = 0;
     int dpi_x_, dpi_y_;
+    bool omit_covered_ = true;
     QColor pen_colour_{0, 0, 0};
     int pen_width_ = 1;
     QColor fill_colour_{255, 255, 255};

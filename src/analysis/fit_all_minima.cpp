@@ -8,8 +8,59 @@
 namespace kurvalux_analysis {
 
 namespace {
+
 const char* const kCannotFind = "Cannot find minima";
+
+struct Kind {
+    bool asked;
+    uint32_t type;
+    double phase;
+    double around;
+    const char* question;
+};
+
+// The walk of one kind over one series: the first predicted minimum at or before the first
+// point's cycle, and the number of periods from its window start to the last point (not
+// finite, or huge, when a time is broken).
+struct WalkPlan {
+    double centre = 0;
+    double from = 0;
+    double cycles = 0;
+};
+
+WalkPlan PlanWalk(const SeriesPoints& points, double m0, double period, const Kind& kind) {
+    WalkPlan plan;
+    const double cycle = std::trunc((points.times.front() - m0) / period);
+    plan.centre = m0 + (cycle + kind.phase) * period;
+    plan.from = plan.centre - kind.around / 2;
+    plan.cycles = (points.times.back() - plan.from) / period;
+    return plan;
 }
+
+// Why a selected series cannot be walked, or an empty message. A time that is not finite
+// cannot be placed on the ephemeris; a span of more than kMaxWindowsPerSeries periods comes
+// from a broken time, not from a real campaign.
+FitMessage CheckSpan(const SeriesPoints& points, size_t index, double m0, double period,
+                     const Kind (&kinds)[2]) {
+    const std::string name = "Series " + std::to_string(index + 1);
+    for (double t : points.times)
+        if (!std::isfinite(t))
+            return {kCannotFind,
+                    {name + " has a time that is not a finite number",
+                     "(an overflowed or undefined time in its photometry)"}};
+    for (const Kind& kind : kinds) {
+        if (!kind.asked) continue;
+        if (!(PlanWalk(points, m0, period, kind).cycles <= kMaxWindowsPerSeries))
+            return {
+                kCannotFind,
+                {name + " would need more than " +
+                     std::to_string(static_cast<long>(kMaxWindowsPerSeries)) + " predicted minima",
+                 "between its first and last points: check their times"}};
+    }
+    return {};
+}
+
+}  // namespace
 
 FitAllMinimaOptions FitAllMinimaDefaults(const kurvalux_data::CObjectListElem& object) {
     FitAllMinimaOptions options;
@@ -46,41 +97,50 @@ FitAllMinimaResult FitAllMinima(kurvalux_data::CObjectListElem& object,
         messages.Error(refusal.title, refusal.lines);
         return result;
     }
-    result.started = true;
-    object.primary_fit_time_range = options.primary_time_around;
-    object.secondary_fit_time_range = options.secondary_time_around;
-
     const double m0 = object.m0;
     const double period = options.period;
-    struct Kind {
-        bool asked;
-        uint32_t type;
-        double phase;
-        double around;
-        const char* question;
-    };
     const Kind kinds[2] = {
         {options.fit_primary, kurvalux_data::kMinimumPrimary, 0.0, options.primary_time_around,
          "Add Primary minimum?"},
         {options.fit_secondary, kurvalux_data::kMinimumSecondary, options.secondary_phase,
          options.secondary_time_around, "Add Secondary minimum?"}};
 
+    // Every selected series is checked before anything changes or any question is asked.
+    std::vector<std::pair<size_t, SeriesPoints>> walks;
     for (size_t index : selected) {
         if (index >= object.series.size()) continue;
-        kurvalux_data::CSeriesTreeElem& series = *object.series[index];
-        const SeriesPoints points = MagnitudePoints(series, object.is_flux);
+        SeriesPoints points = MagnitudePoints(*object.series[index], object.is_flux);
         if (points.Count() == 0) continue;
-        const double t_first = points.times.front();
+        const FitMessage broken = CheckSpan(points, index, m0, period, kinds);
+        if (!broken.empty()) {
+            messages.Error(broken.title, broken.lines);
+            return result;
+        }
+        walks.emplace_back(index, std::move(points));
+    }
+
+    result.started = true;
+    object.primary_fit_time_range = options.primary_time_around;
+    object.secondary_fit_time_range = options.secondary_time_around;
+
+    for (const auto& [index, points] : walks) {
+        kurvalux_data::CSeriesTreeElem& series = *object.series[index];
         const double t_last = points.times.back();
         // Series are normally in time order; then each window is found by bisection.
         const bool sorted = std::is_sorted(points.times.begin(), points.times.end());
         for (const Kind& kind : kinds) {
             if (!kind.asked) continue;
-            const double cycle = std::trunc((t_first - m0) / period);
-            double centre = m0 + (cycle + kind.phase) * period;
-            double from = centre - kind.around / 2;
-            double to = centre + kind.around / 2;
-            for (; from < t_last; centre += period, from += period, to += period) {
+            const WalkPlan plan = PlanWalk(points, m0, period, kind);
+            // Window k starts k periods after the first (computed, not accumulated, so that
+            // rounding never stalls or drifts it); the count bound is a second guarantee that
+            // the walk ends, whatever the times.
+            const long limit = static_cast<long>(kMaxWindowsPerSeries) + 1;
+            for (long k = 0; k < limit; ++k) {
+                const double shift = static_cast<double>(k) * period;
+                const double centre = plan.centre + shift;
+                const double from = plan.from + shift;
+                const double to = centre + kind.around / 2;
+                if (!(from < t_last)) break;
                 ++result.windows;
                 // Both branches of the predicted minimum must be covered.
                 int descending = 0, ascending = 0;

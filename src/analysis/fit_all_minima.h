@@ -55,9 +55,18 @@ struct FitAllMinimaResult {
     int added = 0;
 };
 
+// The most predicted minima the walk looks at in one series for one kind. A century of
+// photometry at a period of 0.1 d is 365,250 of them; a span that needs more comes from a
+// broken time (an extra digit, an overflowed value), and walking it would keep the program
+// busy for hours, so the command refuses it instead.
+constexpr double kMaxWindowsPerSeries = 1'000'000;
+
 // Runs the command over the series at `selected` (indices into object.series). Refusals,
 // failed fits and the questions go through `messages`; Yes adds a minimum of the kind to the
-// series' minima. The two time-around values are stored in the object once validated.
+// series' minima. The two time-around values are stored in the object once validated. A
+// selected series with a time that is not finite, or whose span needs more than
+// kMaxWindowsPerSeries predicted minima, is refused under "Cannot find minima" before anything
+// changes.
 FitAllMinimaResult FitAllMinima(kurvalux_data::CObjectListElem& object,
                                 const std::vector<size_t>& selected,
                                 const FitAllMinimaOptions& options,

@@ -1,8 +1,11 @@
 #include "data/field_statistics.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <unordered_set>
+
+#include "data/julian_date.h"
 
 namespace kurvalux_data {
 
@@ -22,6 +25,10 @@ FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only) {
             ++s.series;
             s.minima += static_cast<long>(series->minima.size());
             s.points += static_cast<long>(series->Count());
+            if (!std::all_of(series->times.begin(), series->times.end(), IsJulianDateInRange)) {
+                ++s.out_of_range;
+                continue;
+            }
             days += span;
             long last_night = LONG_MIN;
             for (double t : series->times) {
@@ -32,6 +39,8 @@ FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only) {
         }
     }
     s.nights = static_cast<long>(nights.size());
+    // Every span counted lies within the range of Julian Dates, so the hours fit a long
+    // for any number of series a computer can hold.
     s.obs_hours = static_cast<long>(std::floor(days * 24.0 + 0.5));
     return s;
 }
@@ -47,6 +56,9 @@ std::vector<std::string> FieldStatisticsLines(const FieldStatistics& s) {
     if (s.unavailable_series > 0)
         lines.push_back(std::to_string(s.unavailable_series) + " unavailable series (" +
                         std::to_string(s.unavailable_minima) + " minima)");
+    if (s.out_of_range > 0)
+        lines.push_back(std::to_string(s.out_of_range) +
+                        " series with times out of range, not counted in nights and hours");
     return lines;
 }
 

@@ -18,6 +18,9 @@ struct FieldStatistics {
     // them; counted apart, since none of their points is there to count.
     long unavailable_series = 0;
     long unavailable_minima = 0;
+    // Series with a time outside kEarliestJulianDate .. kLatestJulianDate (or not a number):
+    // their points and minima are counted, their nights and hours cannot be.
+    long out_of_range = 0;
 };
 
 // All series, or (short_only) only the series spanning less than one day, which leaves out
@@ -25,7 +28,8 @@ struct FieldStatistics {
 FieldStatistics ComputeFieldStatistics(const Field& field, bool short_only);
 
 // The lines of the statistics box: "Field contains:", "N objects", ... "N obs. hours", and
-// when there are any, "N unavailable series (M minima)".
+// when there are any, "N unavailable series (M minima)" and a line saying how many series
+// have times out of range.
 std::vector<std::string> FieldStatisticsLines(const FieldStatistics& statistics);
 
 constexpr const char* kFieldStatisticsTitle = "Statistics of Field";

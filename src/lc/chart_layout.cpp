@@ -4,9 +4,23 @@
 #include <cstdio>
 #include <ctime>
 
+#include "data/julian_date.h"
 #include "platform/text.h"
 
 namespace kurvalux_lc {
+
+namespace {
+
+// Scroll-bar units of a value, truncated as the scroll bar counts them, held within ±1e9 like
+// far pixels; no number (from a broken time) counts as 0.
+int ScrollUnits(double units) {
+    if (std::isnan(units)) return 0;
+    if (units <= -1e9) return -1000000000;
+    if (units >= 1e9) return 1000000000;
+    return static_cast<int>(units);
+}
+
+}  // namespace
 
 int MinimumTickSpacing(int dpi) {
     return 30 * dpi / 96;
@@ -45,9 +59,9 @@ TickLayout LayoutTicks(double lower, double upper, int axis_length, int min_spac
     int count = counted < 1e6 ? static_cast<int>(counted) : 1000000;
     // A tick beyond the last multiple of the step would sit outside the plot (the rounded
     // count can overshoot by one when the range is not a whole number of steps).
-    int inside = static_cast<int>(std::floor((ticks.last - ticks.first) / ticks.step + 0.5)) + 1;
-    if (inside < count) count = inside;
-    if (count < 0) count = 0;
+    // (Compared as a double: it is converted only once it is known to be below the count.)
+    const double inside = std::floor((ticks.last - ticks.first) / ticks.step + 0.5) + 1;
+    if (!(inside >= count)) count = inside > 0 ? static_cast<int>(inside) : 0;
     ticks.count = count;
     ticks.values.reserve(count);
     ticks.pixels.reserve(count);
@@ -67,8 +81,8 @@ ScrollBarMapping MapScrollBar(double data_start, double data_end, double visible
     double span = data_end - data_start;
     if (!(span > 0)) return bar;
     double s = 5000.0 / span;
-    bar.position = static_cast<int>((visible_start - data_start) * s + 0.5);
-    bar.page = static_cast<int>((visible_end - visible_start) * s + 0.5);
+    bar.position = ScrollUnits((visible_start - data_start) * s + 0.5);
+    bar.page = ScrollUnits((visible_end - visible_start) * s + 0.5);
     bar.line = bar.page / 100;
     return bar;
 }
@@ -105,8 +119,9 @@ std::string FormatTm(const std::tm& tm) {
     return text;
 }
 
-// Seconds since 1970 of a Julian Date, rounded to the nearest minute so that a label does not
-// fall a minute short through the rounding of the day fraction.
+// Seconds since 1970 of a Julian Date in range, rounded to the nearest minute so that a label
+// does not fall a minute short through the rounding of the day fraction. (In range, the
+// minutes lie within 4.3e9 of 1970, far inside time_t.)
 std::time_t UnixMinute(double jd) {
     double minutes = std::floor((jd - 2440587.5) * 1440.0 + 0.5);
     return static_cast<std::time_t>(minutes) * 60;
@@ -115,16 +130,18 @@ std::time_t UnixMinute(double jd) {
 }  // namespace
 
 std::string LocalDateTime(double jd) {
+    if (!kurvalux_data::IsJulianDateInRange(jd)) return {};
     std::time_t t = UnixMinute(jd);
     std::tm tm{};
-    localtime_r(&t, &tm);
+    if (!localtime_r(&t, &tm)) return {};
     return FormatTm(tm);
 }
 
 std::string UtcDateTime(double jd) {
+    if (!kurvalux_data::IsJulianDateInRange(jd)) return {};
     std::time_t t = UnixMinute(jd);
     std::tm tm{};
-    gmtime_r(&t, &tm);
+    if (!gmtime_r(&t, &tm)) return {};
     return FormatTm(tm);
 }
 

@@ -72,7 +72,9 @@ kurvalux_platform::Colour LightenedColour(kurvalux_platform::Colour colour);
 // Tick label texts: fixed point with the given decimals (zero keeps its decimals).
 std::string TickLabel(double value, int decimals);
 
-// A Julian Date as local calendar date and time, "YYYY-MM-DD HH:MM" (the marker labels).
+// A Julian Date as local calendar date and time, "YYYY-MM-DD HH:MM" (the marker labels); an
+// empty text for a time outside the range of Julian Dates (kurvalux_data::IsJulianDateInRange),
+// which has no date to write.
 std::string LocalDateTime(double jd);
 // The same in UTC.
 std::string UtcDateTime(double jd);

@@ -357,10 +357,11 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
                 dc.DrawCircle(x, top, 2 * radius_);
                 dc.DrawCircle(x, bottom, 2 * radius_);
             }
-            if (marker.time != 0) {
+            // A time out of range (from a broken series) has no date: the line alone is drawn.
+            const std::string label = marker.time != 0 ? LocalDateTime(marker.time) : "";
+            if (!label.empty()) {
                 // A label that would be written over the previous one is left out: the
                 // marker line still shows the minimum, and its neighbour stays readable.
-                std::string label = LocalDateTime(marker.time);
                 int label_width = dc.TextWidth(label);
                 int label_x = x + 2;
                 // A label that would run off the pane's right edge is written to the left of
@@ -464,7 +465,10 @@ void CLightCurvePane::PaintPoints(CDrawContext& dc) {
     const size_t n = plot_points_.size();
     auto visible = [&](const CPlotPoint& p) { return p.x >= left && p.x <= right && p.y >= 0; };
     std::vector<uint8_t> keep(n, 0);
-    const bool dedupe = skip_covered_duplicates;
+    // On a pixel device a point (error bar, highlight ring) drawn again later at the same pixel
+    // in the same colour covers the earlier one completely; leaving that out keeps the picture
+    // and lets a chart of a million points draw only the marks that can be seen.
+    const bool dedupe = dc.MayOmitCoveredMarks();
 
     if (thumbnail_) {
         CPixelColourSet seen(plot_.left, plot_.top, plot_.width, plot_.height, n);
@@ -575,8 +579,13 @@ CLightCurvePane::ExportScope::~ExportScope() {
 }
 
 std::string CLightCurvePane::SvgText(int width, int height, const std::string& title) {
+    // Every point is written (about 110 bytes a disc, 300 more for its error bar): room for
+    // them at once keeps a document of tens of megabytes from being moved while it grows.
+    constexpr size_t kFrameBytes = 64 * 1024, kDiscBytes = 112, kErrorBarBytes = 300;
     CTextBuffer buffer;
     buffer.line_end = false;
+    buffer.Reserve(kFrameBytes +
+                   points_.size() * (kDiscBytes + (show_error_bars ? kErrorBarBytes : 0)));
     {
         CSVGContext svg;
         ExportScope scope(*this, width, height, title, svg);
@@ -584,7 +593,7 @@ std::string CLightCurvePane::SvgText(int width, int height, const std::string& t
         Paint(svg);
         svg.WriteFooter();
     }
-    return buffer.Text();
+    return buffer.Take();
 }
 
 bool CLightCurvePane::ExportSvg(const std::string& path, int width, int height,

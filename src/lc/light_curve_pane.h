@@ -154,10 +154,6 @@ public:
     bool show_reference_line = false;
     double reference_value = 0;  // data value of the reference line
     bool fill_background = true;
-    // Leaves out a point (error bar, highlight ring) when an identical one, drawn later at the
-    // same pixel in the same colour, covers it completely: the picture stays the same, and a
-    // dense chart of a million points draws only the marks that can be seen.
-    bool skip_covered_duplicates = true;
     CPaneStyle style;
 
     void SetCaptions(const std::string& above, const std::string& below);

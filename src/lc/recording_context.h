@@ -27,6 +27,9 @@ public:
     void FillRectangle(int x, int y, int width, int height) override;
     int DpiX() const override { return dpi_x_; }
     int DpiY() const override { return dpi_y_; }
+    // Off by default, as for a vector document; on, the recorder stands for a pixel device.
+    bool MayOmitCoveredMarks() const override { return omit_covered_; }
+    void SetMayOmitCoveredMarks(bool on) { omit_covered_ = on; }
 
     // One line per call: "pen R,G,B", "width N", "fill R,G,B", "font H W" or "font -",
     // "textcolour R,G,B", "text X Y TEXT", "pixel X Y R,G,B", "line X1 Y1 X2 Y2",
@@ -41,6 +44,7 @@ public:
 private:
     std::vector<std::string> calls_;
     int dpi_x_, dpi_y_;
+    bool omit_covered_ = false;
 };
 
 // "R,G,B" of a colour.

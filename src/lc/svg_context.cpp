@@ -32,6 +32,13 @@ void CTextBuffer::AppendRaw(std::string_view piece) {
     text_.append(piece);
 }
 
+std::string CTextBuffer::Take() {
+    std::string text = std::move(text_);
+    text_.clear();
+    capacity_ = 0;
+    return text;
+}
+
 void CTextBuffer::Clear() {
     text_.clear();
     text_.shrink_to_fit();

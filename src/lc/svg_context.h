@@ -24,15 +24,19 @@ public:
     void AppendRaw(std::string_view piece);
 
     const std::string& Text() const { return text_; }
+    // Moves the text out, leaving the buffer empty: a large document is not copied.
+    std::string Take();
     size_t Length() const { return text_.size(); }
     size_t Capacity() const { return capacity_; }
     void Clear();
+    // Makes room for `extra` more bytes at once (in whole growth steps), so that a document
+    // whose size is known roughly beforehand is not moved while it grows.
+    void Reserve(size_t extra);
 
     int indent = 0;
     bool line_end = true;
 
 private:
-    void Reserve(size_t extra);
     std::string text_;
     size_t capacity_ = 0;
 };

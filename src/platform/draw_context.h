@@ -72,6 +72,13 @@ public:
     virtual int DpiX() const { return 96; }
     virtual int DpiY() const { return 96; }
 
+    // Whether a mark that an identical later mark (same place, size and colour) covers
+    // completely may be left out. On pixels the later mark hides it for good, and a dense
+    // chart then draws only what can be seen. A vector document is zoomed by its reader, where
+    // marks that share a pixel at the export size lie apart, so it must receive every one;
+    // hence the default.
+    virtual bool MayOmitCoveredMarks() const { return false; }
+
 protected:
     // The font last selected (the default font when none was).
     const CFont& CurrentFont() const { return font_; }

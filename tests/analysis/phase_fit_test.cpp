@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <fstream>
+#include <limits>
 #include <memory>
 #include <random>
 #include <sstream>
@@ -375,6 +377,80 @@ TEST(FitAllMinima, OneBranchOnlyIsSkippedWithoutAQuestion) {
     EXPECT_TRUE(r.found.empty());
     EXPECT_TRUE(messages.Records().empty());
     EXPECT_GT(r.skipped, 0);
+}
+
+TEST(FitAllMinima, ABrokenTimeStopsTheCommandBeforeTheWalk) {
+    // A time that overflowed while being read, or an extra digit typed into one, would make
+    // the walk over the predicted minima endless or absurdly long (a 24-million-day span is
+    // some 30 million windows at 0.8 d). The command refuses at once, names the series, and
+    // changes nothing; a series that is not selected is not looked at. (Night 2 alone holds no
+    // whole minimum, so a walk over it would ask nothing.)
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::vector<std::string> not_finite = {
+        "Series 2 has a time that is not a finite number",
+        "(an overflowed or undefined time in its photometry)"};
+    const std::vector<std::string> too_long = {
+        "Series 2 would need more than 1000000 predicted minima",
+        "between its first and last points: check their times"};
+    const struct {
+        const char* name;
+        size_t series;
+        size_t point;  // replaced time; SIZE_MAX: appended at the end
+        double time;
+        std::vector<size_t> selected;
+        std::vector<std::string> lines;
+    } cases[] = {
+        {"last time 1e300", 1, SIZE_MAX, 1e300, {1}, too_long},
+        {"an extra digit", 1, SIZE_MAX, 24500002.5, {1}, too_long},
+        {"last time infinite", 1, SIZE_MAX, inf, {1}, not_finite},
+        {"first time minus infinity", 1, 0, -inf, {1}, not_finite},
+        {"a time not a number", 1, 10, std::nan(""), {1}, not_finite},
+        {"unselected series", 0, SIZE_MAX, inf, {1}, {}},
+    };
+    for (const auto& c : cases) {
+        auto object = Binary();
+        auto& s = *object->series[c.series];
+        if (c.point == SIZE_MAX) {
+            s.times.push_back(c.time);
+            s.values.push_back(11.0);
+            s.errors.push_back(0.003);
+        } else {
+            s.times[c.point] = c.time;
+        }
+        CRecordingMessageBoxSink messages;
+        const FitAllMinimaResult r =
+            FitAllMinima(*object, c.selected, BothKinds(*object), messages);
+        if (c.lines.empty()) {
+            EXPECT_TRUE(r.started) << c.name;
+            continue;
+        }
+        EXPECT_FALSE(r.started) << c.name;
+        EXPECT_EQ(r.windows, 0) << c.name;
+        ASSERT_EQ(messages.Records().size(), 1u) << c.name;
+        EXPECT_EQ(messages.Records()[0].title, "Cannot find minima") << c.name;
+        EXPECT_EQ(messages.Records()[0].lines, c.lines) << c.name;
+        EXPECT_EQ(object->primary_fit_time_range, 0.0) << c.name;  // nothing stored
+    }
+}
+
+TEST(FitAllMinima, TheWalkStaysWithinTheSeriesSpan) {
+    // A season of 40 nights: every window from the first point's cycle up to the last point is
+    // looked at, two kinds each, and none beyond.
+    auto object = Binary();
+    auto& s = *object->series[0];
+    s.times.push_back(2450039.9);
+    s.values.push_back(11.0);
+    s.errors.push_back(0.003);
+    CRecordingMessageBoxSink messages;
+    messages.QueueAnswer(MessageAnswer::No);  // the primary of night 1
+    const FitAllMinimaResult r = FitAllMinima(*object, {0}, BothKinds(*object), messages);
+    ASSERT_TRUE(r.started);
+    EXPECT_FALSE(r.cancelled);
+    EXPECT_EQ(messages.Records().size(), 1u);
+    // Cycle 0 (the first point at 2450000.8 lies in it): the windows of the primaries at
+    // 0.1 + 0.8 k (from 0.0 + 0.8 k) and of the secondaries at 0.5 + 0.8 k (from 0.4 + 0.8 k)
+    // start before the last point, 39.9, for k = 0 .. 49.
+    EXPECT_EQ(r.windows, 100);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QLineEdit>
 #include <QTimer>
+#include <QtTest/QTest>
 #include <cmath>
 
 #include "app/commands.h"
@@ -241,6 +242,40 @@ TEST_F(WindowTest, FitAllMinimaWalksTheSelectedSeriesAndAsksForEachMinimum) {
     EXPECT_TRUE(window_->Modified());
 }
 
+TEST_F(WindowTest, CancelInFitAllMinimaWithNothingAddedLeavesTheFieldUnmodified) {
+    // The dialog taken as offered, or with a new time around; either way the first question
+    // is cancelled, nothing is added and the field stays as saved. The new time around is
+    // offered again next time.
+    const struct {
+        const char* name;
+        const char* time_around;  // null: the box as offered
+        double kept;
+    } cases[] = {{"as offered", nullptr, 0.12}, {"new time around", "0.1", 0.1}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(OpenTestField());
+        boxes_.Clear();
+        CKurvaluxPane& pane = *window_->Pane();
+        pane.ShowTab(kTabMinimum);
+        ASSERT_TRUE(window_->Dispatch(kCmdSelectAllSeries));
+        window_->SetModified(false);
+        scripts_.push_back([&c](QDialog& d) {
+            if (c.time_around)
+                static_cast<CFormDialog&>(d).SetBoxText("Time around Primary:", c.time_around);
+            return static_cast<int>(QDialog::Accepted);
+        });
+        boxes_.QueueAnswer(MessageAnswer::Cancel);
+        pane.MinimumView()->FitAllMinima();
+        const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+        EXPECT_EQ(BoxTexts(), (std::vector<std::string>{"Found Minimum: Add Primary minimum?"}))
+            << c.name;
+        EXPECT_TRUE(object.series[0]->minima.empty()) << c.name;
+        EXPECT_TRUE(object.series[1]->minima.empty()) << c.name;
+        EXPECT_FALSE(window_->Modified()) << c.name;
+        EXPECT_NE(Title().back(), '*') << c.name;
+        EXPECT_DOUBLE_EQ(object.primary_fit_time_range, c.kept) << c.name;
+    }
+}
+
 TEST_F(WindowTest, PhaseFitOnAWorkerReportsAndShowsTheFittedValues) {
     ASSERT_TRUE(OpenTestField());
     CKurvaluxPane& pane = *window_->Pane();
@@ -327,14 +362,14 @@ TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
                               "Possible periods were found: All found periods fitting defined "
                               "minima | were added as items of period combo-box \"P:\""}));
     // The current period first, then every period that divides 10 d down to the minimal 2 d:
-    // all line the minima up exactly (R = 1), so they keep the order the search found them
-    // in, by increasing period.
+    // all line the minima up exactly (R = 1), so they keep the order the search scores them
+    // in, longest period first.
     QComboBox* box = window_->Pane()->PeriodBox();
     ASSERT_EQ(box->count(), 6);
     std::vector<std::string> items;
     for (int i = 0; i < box->count(); ++i) items.push_back(box->itemText(i).toStdString());
-    EXPECT_EQ(items, (std::vector<std::string>{"0.7400000", "2.0000000", "2.5000000", "3.3333333",
-                                               "5.0000000", "10.0000000"}));
+    EXPECT_EQ(items, (std::vector<std::string>{"0.7400000", "10.0000000", "5.0000000", "3.3333333",
+                                               "2.5000000", "2.0000000"}));
     // The dialog offers the values of its last use.
     scripts_.push_back([](QDialog& d) {
         EXPECT_EQ(static_cast<CFormDialog&>(d).Text("Minimal period [d]:"), "2");
@@ -344,9 +379,49 @@ TEST_F(WindowTest, PeriodsFromMinimaFillThePeriodBox) {
     EXPECT_EQ(object.period, current);
 }
 
+TEST_F(WindowTest, ChoosingAPeriodAsksAndNoKeepsTheCurrentOne) {
+    // The user picks the second period of the "P:" box with the arrow key while editing it;
+    // the question takes the focus from the box. No keeps the period, Yes takes the new one.
+    const struct {
+        MessageAnswer answer;
+        double period;
+        const char* shown;
+        bool modified;
+    } cases[] = {{MessageAnswer::No, 0.74, "0.7400000", false},
+                 {MessageAnswer::Yes, 1.48, "1.4800000", true}};
+    for (const auto& c : cases) {
+        ASSERT_TRUE(OpenTestField());
+        boxes_.Clear();
+        kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+        object.period = 0.74;
+        object.periods = {{0.74, 740, 0}, {1.48, 1480, 1}};
+        window_->Pane()->RefreshObject();
+        window_->show();
+        QApplication::setActiveWindow(window_.get());
+        QComboBox* box = window_->Pane()->PeriodBox();
+        box->lineEdit()->setFocus();
+        ASSERT_TRUE(box->lineEdit()->hasFocus());
+        window_->SetModified(false);
+
+        boxes_.QueueAnswer(c.answer);
+        QTest::keyClick(box->lineEdit(), Qt::Key_Down);
+        EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                                  "Change of period: Do you want to change the period of the "
+                                  "object | to 1.4800000?"}));
+        // Leaving the box afterwards changes nothing more.
+        box->lineEdit()->clearFocus();
+        EXPECT_EQ(object.period, c.period);
+        EXPECT_EQ(box->currentText().toStdString(), c.shown);
+        EXPECT_EQ(window_->Modified(), c.modified);
+        EXPECT_EQ(BoxTexts().size(), 1u);
+    }
+}
+
 TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
     ASSERT_TRUE(OpenTestField());
     window_->GetSettings().auto_accept_m0_period = true;
+    // A period from an earlier search stays in the list; the new ones follow it.
+    window_->GetField().objects[0]->periods = {{5.0, 5000, 1.0}};
     const double current = window_->GetField().objects[0]->period;
     scripts_.push_back([](QDialog& d) {
         auto& form = static_cast<CFormDialog&>(d);
@@ -362,10 +437,14 @@ TEST_F(WindowTest, FrequencyAnalysisOffersThreePeriods) {
                               "Possible periods were found: Three periods with highest response | "
                               "were added as items of period combo-box \"P:\""}));
     const kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
-    ASSERT_EQ(object.periods.size(), 4u);
+    ASSERT_EQ(object.periods.size(), 5u);
     EXPECT_EQ(object.periods[0].period, current);
-    // Accepted automatically: the best period found is now the object's.
-    EXPECT_EQ(object.period, object.periods[1].period);
+    EXPECT_EQ(object.periods[1].period, 5.0);
+    // Accepted automatically: the best period found (not the earlier one) is now the object's.
+    EXPECT_EQ(object.period, object.periods[2].period);
+    QComboBox* box = window_->Pane()->PeriodBox();
+    ASSERT_EQ(box->count(), 5);
+    EXPECT_EQ(box->itemText(1).toStdString(), "5.0000000");
     EXPECT_NE(object.period, current);
     EXPECT_TRUE(window_->Modified());
 }

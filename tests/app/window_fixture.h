@@ -3,9 +3,12 @@
 // recorded, file dialogs answered from a queue and dialogs run by a script.
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QDialog>
 #include <QFile>
+#include <QPointer>
 #include <QTemporaryDir>
+#include <QWidget>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -16,6 +19,23 @@
 #include "platform/message_box.h"
 
 namespace kurvalux_app {
+
+// Records every box and, like a real modal box, takes the keyboard focus while it is shown (a
+// box being edited loses it, as when the user's answer is awaited) and gives it back after.
+class CModalRecordingSink : public kurvalux_platform::CRecordingMessageBoxSink {
+public:
+    kurvalux_platform::MessageAnswer Show(const std::string& title,
+                                          const std::vector<std::string>& lines,
+                                          kurvalux_platform::MessageIcon icon,
+                                          kurvalux_platform::MessageButtons buttons) override {
+        QPointer<QWidget> focus = QApplication::focusWidget();
+        if (focus) focus->clearFocus();
+        const kurvalux_platform::MessageAnswer answer =
+            CRecordingMessageBoxSink::Show(title, lines, icon, buttons);
+        if (focus) focus->setFocus();
+        return answer;
+    }
+};
 
 class WindowTest : public ::testing::Test {
 protected:
@@ -62,7 +82,7 @@ protected:
     }
 
     QTemporaryDir folder_;
-    kurvalux_platform::CRecordingMessageBoxSink boxes_;
+    CModalRecordingSink boxes_;
     struct FileRequestRecord {
         FileRequest request;
         std::string suggested;

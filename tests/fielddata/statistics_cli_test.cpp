@@ -1,6 +1,8 @@
 // Field statistics, and the command line run end to end on the example field.
 #include <array>
+#include <cmath>
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 #include <sys/wait.h>
@@ -45,6 +47,52 @@ TEST(FieldStatistics, AllSeriesAndSingleNights) {
                                         "7 points", "2 nights", "9 obs. hours"}));
 }
 
+TEST(FieldStatistics, TimesOutOfRangeAreNamedAndLeftOutOfNightsAndHours) {
+    // One good night of 0.25 d, then a series with a broken time. Its points and minima
+    // count; its nights and hours cannot and are left out, and a last line says so.
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::vector<std::string> broken = {"Field contains:",
+                                             "1 objects",
+                                             "2 series",
+                                             "1 minima",
+                                             "5 points",
+                                             "1 nights",
+                                             "6 obs. hours",
+                                             "1 series with times out of range, "
+                                             "not counted in nights and hours"};
+    const std::vector<std::string> good_only = {"Field contains:", "1 objects", "1 series",
+                                                "0 minima",        "3 points",  "1 nights",
+                                                "6 obs. hours"};
+    const struct {
+        const char* name;
+        std::vector<double> times;
+        std::vector<std::string> all, short_only;
+    } cases[] = {
+        // Spans of more than a day, or of no defined length, are not short.
+        {"a time of 1e300", {2459001.3, 1e300}, broken, good_only},
+        {"an overflowed time", {2459001.3, inf}, broken, good_only},
+        {"a negative time", {-1e300, 2459001.3}, broken, good_only},
+        {"a time not a number", {2459001.3, std::nan("")}, broken, good_only},
+        // Half a day that ends with the year 10000, and the same half day before it.
+        {"the year 10000", {5373484.0, 5373484.5}, broken, broken},
+        {"the last day before it",
+         {5373483.5, 5373484.0},
+         {"Field contains:", "1 objects", "2 series", "1 minima", "5 points", "3 nights",
+          "18 obs. hours"},
+         {"Field contains:", "1 objects", "2 series", "1 minima", "5 points", "3 nights",
+          "18 obs. hours"}},
+    };
+    for (const auto& c : cases) {
+        Field field;
+        CObjectListElem& a = field.AddObject();
+        AddNight(a, {2459000.30, 2459000.40, 2459000.55}, 0);
+        AddNight(a, c.times, 1);
+        EXPECT_EQ(FieldStatisticsLines(ComputeFieldStatistics(field, false)), c.all) << c.name;
+        EXPECT_EQ(FieldStatisticsLines(ComputeFieldStatistics(field, true)), c.short_only)
+            << c.name;
+    }
+}
+
 std::pair<int, std::string> RunCli(const std::string& arguments) {
     std::string output;
     FILE* pipe = popen((std::string(KURVALUX_CLI_PATH) + " " + arguments + " 2>&1").c_str(), "r");
@@ -87,6 +135,23 @@ TEST(CommandLine, RefusedSeriesGoToStderrAndTheRunGoesOn) {
     EXPECT_NE(bad_status, 0);
     EXPECT_EQ(bad_output, "Failed load field description: Cannot open file " + folder.Path() +
                               "absent.kvf\nCannot load field: " + folder.Path() + "absent.kvf\n");
+}
+
+TEST(CommandLine, StatsOfAFieldWithAThreeHundredDigitTime) {
+    // An extra run of digits typed into a time: a number of 300 digits reads as 1e299.
+    TempFolder folder;
+    folder.Write("a.txt", "2459000.3 10\n2459000.5 10\n");
+    folder.Write("b.txt", "2459001.3 10\n1" + std::string(299, '0') + " 10\n");
+    const std::string field = folder.Write(
+        "f.kvf",
+        "kurvalux\r\n\tversion = 4\r\n\tobject\r\n\t\tname = \"S\"\r\n\t\tseries\r\n"
+        "\t\t\trelative_path = \"a.txt\"\r\n\t\tend_series\r\n\t\tseries\r\n"
+        "\t\t\trelative_path = \"b.txt\"\r\n\t\tend_series\r\n\tend_object\r\nend_kurvalux\r\n");
+    auto [status, output] = RunCli("stats " + field + " --root ''");
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(output,
+              "Field contains:\n1 objects\n2 series\n0 minima\n4 points\n1 nights\n"
+              "5 obs. hours\n1 series with times out of range, not counted in nights and hours\n");
 }
 
 TEST(CommandLine, SaveRoundTrip) {

@@ -4,8 +4,10 @@
 // count = trunc(range/step + 0.5) but never past floor(upper/step)*step.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -162,6 +164,9 @@ TEST(AxisMapping, RoundsAndHoldsFarValues) {
     EXPECT_EQ(inverted.Pixel(2.5), 125);
 }
 
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
 TEST(ScrollBar, Table) {
     struct Case {
         double data_start, data_end, visible_start, visible_end;
@@ -173,6 +178,11 @@ TEST(ScrollBar, Table) {
         {2459000, 2459010, 2459002.5, 2459003.5, 1250, 500, 5},
         {0, 3, 1, 1.1, 1667, 167, 1},  // 1666.67 + 0.5 and 166.67 + 0.5, truncated
         {0, 0, 0, 0, 0, 5000, 50},     // no span: the bar covers everything
+        // Absurd ranges (a broken time) give bounded numbers, like the pixels of far values.
+        {2459000, 1e300, 2459000, 1e300, 0, 5000, 50},
+        {0, 100, -kInf, kInf, -1000000000, 1000000000, 10000000},
+        {0, 100, kNaN, kNaN, 0, 0, 0},
+        {0, 100, 50, 1e300, 2500, 1000000000, 10000000},
     };
     for (const Case& c : cases) {
         ScrollBarMapping bar =
@@ -219,6 +229,22 @@ TEST(Labels, DatesOfJulianDates) {
     // 30.1 s before it still 23:59.
     EXPECT_EQ(UtcDateTime(2451545.5 - 29.9 / 86400), "2000-01-02 00:00");
     EXPECT_EQ(UtcDateTime(2451545.5 - 30.1 / 86400), "2000-01-01 23:59");
+    // The ends of the range of Julian Dates, and times outside it, which have no date.
+    const double inf = std::numeric_limits<double>::infinity();
+    const struct {
+        double jd;
+        const char* text;
+    } ends[] = {{0.0, "-4713-11-24 12:00"},
+                {5373484.5 - 61.0 / 86400, "9999-12-31 23:59"},
+                {5373484.5, ""},
+                {-0.001, ""},
+                {1e300, ""},
+                {-1e300, ""},
+                {inf, ""},
+                {-inf, ""},
+                {std::nan(""), ""}};
+    for (const auto& e : ends) EXPECT_EQ(UtcDateTime(e.jd), e.text) << e.jd;
+    EXPECT_EQ(LocalDateTime(1e300), "");
     const char* old = std::getenv("TZ");
     std::string saved = old ? old : "";
     setenv("TZ", "CET-1", 1);

@@ -3,8 +3,11 @@
 // a character; 16-pixel bold: line 20, 9.6 a character), then the paint order step by step.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -130,6 +133,37 @@ TEST_F(PaneTest, PaintOrderOfAFullChart) {
     tzset();
 }
 
+TEST_F(PaneTest, MarkersWithTimesOutOfRangeKeepTheirLinesButNoDate) {
+    // A minimum timed from a broken series can carry any time; its line is drawn where the
+    // chart puts it, but a date is written only for a time in the range of Julian Dates.
+    setenv("TZ", "UTC", 1);
+    tzset();
+    AddCorners();
+    const double inf = std::numeric_limits<double>::infinity();
+    const double times[] = {2451545.0, 1e300, -1e300, inf, std::nan(""), -1.0, 5373484.5};
+    double position = 0.5;
+    for (double time : times) {
+        pane.AddMarkerAt(position, time, MakeColour(220, 0, 0), kMarkerMinimumPrimary);
+        position += 1.4;
+    }
+    pane.LayoutAll();
+    pane.Paint(dc);
+    // Marker lines run from the plot's top (23) to its bottom (264), as the Y axis does at its
+    // left edge; their labels are written
+    // a line above the top (y 8), where the caption "Mag" is too.
+    std::vector<std::string> marker_lines, labels;
+    for (const std::string& call : dc.CallsOf("line"))
+        if (std::regex_match(call, std::regex("line ([0-9]+) 23 \\1 264")))
+            marker_lines.push_back(call);
+    for (const std::string& call : dc.CallsOf("text"))
+        if (call.rfind("text 10 8 ", 0) != 0 && call.find(" 8 ") != std::string::npos)
+            labels.push_back(call);
+    EXPECT_EQ(marker_lines.size(), 1u + 7u);  // the Y axis and the seven markers
+    EXPECT_EQ(labels, (std::vector<std::string>{"text 81 8 2000-01-01 12:00"}));
+    unsetenv("TZ");
+    tzset();
+}
+
 TEST_F(PaneTest, MarkerSwitches) {
     AddCorners();
     struct Case {
@@ -158,9 +192,10 @@ TEST_F(PaneTest, MarkerSwitches) {
     }
 }
 
-TEST_F(PaneTest, CoveredDuplicatesAreLeftOut) {
-    // The same pixel twice in one colour with another colour between: the first copy is
-    // covered by the last and is left out; the one in between stays.
+TEST_F(PaneTest, CoveredDuplicatesAreLeftOutOnPixelDevices) {
+    // The same pixel twice in one colour with another colour between: on pixels the first copy
+    // is covered by the last and is left out; the one in between stays.
+    dc.SetMayOmitCoveredMarks(true);
     pane.AddPoint(0, 10.0, 0, MakeColour(255, 0, 0), false);
     pane.AddPoint(0, 10.0, 0, MakeColour(0, 0, 255), false);
     pane.AddPoint(0, 10.0, 0, MakeColour(255, 0, 0), false);
@@ -175,10 +210,12 @@ TEST_F(PaneTest, CoveredDuplicatesAreLeftOut) {
     EXPECT_EQ(points,
               (std::vector<std::string>{"fill 0,0,255", "disc 64 29 2 0", "fill 255,0,0",
                                         "disc 64 29 2 0", "fill 0,0,255", "disc 373 258 2 0"}));
-    pane.skip_covered_duplicates = false;
-    dc.Clear();
-    pane.Paint(dc);
-    EXPECT_EQ(dc.CallsOf("disc").size(), 4u);
+    // A device that is not made of pixels (the recorder's default) receives every point.
+    CRecordingContext vector_like;
+    pane.Paint(vector_like);
+    EXPECT_EQ(vector_like.CallsOf("disc"),
+              (std::vector<std::string>{"disc 64 29 2 0", "disc 64 29 2 0", "disc 64 29 2 0",
+                                        "disc 373 258 2 0"}));
 }
 
 TEST_F(PaneTest, ThumbnailDrawsPixelsWithoutMargins) {
@@ -358,6 +395,38 @@ TEST(PaneSvg, ThumbnailExportsWithoutPoints) {
         "<text x=\"10\" y=\"-15\" class=\"normal\">Mag</text>\r\n"
         "<text x=\"10\" y=\"55\" class=\"normal\">JD</text>\r\n"
         "</svg>");
+}
+
+size_t Occurrences(const std::string& text, const std::string& piece) {
+    size_t count = 0;
+    for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1))
+        ++count;
+    return count;
+}
+
+TEST(PaneSvg, EveryVisiblePointIsWrittenEvenWhereAnotherCoversIt) {
+    // Three highlighted points with error bars on one pixel (red, blue, red) and a fourth
+    // elsewhere. A vector file is zoomed by its reader, where points that share a pixel at the
+    // export size lie apart: every point, ring and bar is written.
+    CLightCurvePane pane;
+    pane.invert_y = true;
+    pane.show_error_bars = true;
+    pane.SetCaptions("Mag", "JD");
+    const kurvalux_platform::Colour red = MakeColour(255, 0, 0), blue = MakeColour(0, 0, 255);
+    pane.AddPoint(0, 10.0, 0.1, red, true);
+    pane.AddPoint(0, 10.0, 0.1, blue, true);
+    pane.AddPoint(0, 10.0, 0.1, red, true);
+    pane.AddPoint(10, 11.0, 0.1, blue, false);
+    const std::string svg = pane.SvgText(400, 300, "");
+    // Discs (outline clear: stroke and fill in the point's colour) and red highlight rings.
+    EXPECT_EQ(Occurrences(svg, "style=\"stroke:rgb(255,0,0);stroke-width:1px;fill:rgb(255,0,0)"),
+              2u);
+    EXPECT_EQ(Occurrences(svg, "style=\"stroke:rgb(0,0,255);stroke-width:1px;fill:rgb(0,0,255)"),
+              2u);
+    EXPECT_EQ(Occurrences(svg, "style=\"stroke:rgb(255,0,0);stroke-width:1px;fill:none\""), 3u);
+    // Error bars, three lines each, in the lightened colours (cut to 15 characters).
+    EXPECT_EQ(Occurrences(svg, "style=\"stroke:rgb(255,190,190;stroke-width:1px\""), 6u);
+    EXPECT_EQ(Occurrences(svg, "style=\"stroke:rgb(190,190,255;stroke-width:1px\""), 6u);
 }
 
 TEST(Stripes, FilledOverThePaneHeightExceptNoFill) {

@@ -224,15 +224,17 @@ TEST(CollectObjectPoints, EnabledSeriesWithTheirOffsets) {
     EXPECT_EQ(points.values[75], object.series[1]->values[0] + 0.5);
 }
 
-TEST(RunFrequencyAnalysisCommand, OffersTheThreeBestPeriodsDoubledWhenAsked) {
+TEST(RunFrequencyAnalysisCommand, AppendsTheThreeBestPeriodsToTheList) {
+    // The list held 5 d before; the three best periods go after it, best first. Doubling
+    // applies to every period then in the list, and the current period goes to the head.
     const struct {
         bool doubled;
         double current;
         std::vector<int64_t> keys;
     } cases[] = {
-        {false, 0.0, {350, 349, 351}},
-        {true, 0.0, {700, 698, 702}},
-        {true, 1.2345, {1235, 700, 698, 702}},
+        {false, 0.0, {5000, 350, 349, 351}},
+        {true, 0.0, {10000, 700, 698, 702}},
+        {true, 1.2345, {1235, 10000, 700, 698, 702}},
     };
     for (const auto& c : cases) {
         CObjectListElem object;
@@ -247,6 +249,7 @@ TEST(RunFrequencyAnalysisCommand, OffersTheThreeBestPeriodsDoubledWhenAsked) {
         const FrequencyCommandResult result =
             RunFrequencyAnalysisCommand(object, options, nullptr, {});
         ASSERT_TRUE(result.found);
+        EXPECT_TRUE(result.changed);
         EXPECT_EQ(result.values.size(), 101u);
         ASSERT_EQ(result.chosen.size(), 3u);
         EXPECT_EQ(result.chosen[0], 50u);
@@ -255,15 +258,39 @@ TEST(RunFrequencyAnalysisCommand, OffersTheThreeBestPeriodsDoubledWhenAsked) {
         std::vector<int64_t> keys;
         for (const auto& p : object.periods) keys.push_back(p.key);
         EXPECT_EQ(keys, c.keys);
-        const size_t first = c.current != 0 ? 1 : 0;
-        EXPECT_NEAR(object.periods[first].period, c.doubled ? 0.7 : 0.35, 1e-12);
-        EXPECT_EQ(object.periods[first].coherence, result.values[50].response);
+        const size_t best = c.current != 0 ? 2 : 1;
+        EXPECT_NEAR(object.periods[best].period, c.doubled ? 0.7 : 0.35, 1e-12);
+        EXPECT_EQ(object.periods[best].coherence, result.values[50].response);
+        // What the run offered, best first, as it went into the list.
+        ASSERT_EQ(result.offered.size(), 3u);
+        for (size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(result.offered[i].period, object.periods[best + i].period) << i;
+            EXPECT_EQ(result.offered[i].key, object.periods[best + i].key) << i;
+        }
         ASSERT_EQ(result.messages.size(), 1u);
         EXPECT_EQ(result.messages[0].title, "Possible periods were found");
         EXPECT_EQ(result.messages[0].lines,
                   (std::vector<std::string>{"Three periods with highest response",
                                             "were added as items of period combo-box \"P:\""}));
     }
+}
+
+TEST(RunFrequencyAnalysisCommand, ASecondRunAddsToTheFirst) {
+    CObjectListElem object;
+    FillSineObject(object);
+    FrequencyAnalysisOptions options;
+    options.min_period = 0.3;
+    options.max_period = 0.4;
+    options.resolution = 0.001;
+    ASSERT_TRUE(RunFrequencyAnalysisCommand(object, options, nullptr, {}).found);
+    options.min_period = 0.34;
+    // 0.005 / 0.001 falls just short of 5 in binary: four steps, 0.340 .. 0.344. The peak lies
+    // above, so the grid's upper end responds best.
+    options.max_period = 0.345;
+    ASSERT_TRUE(RunFrequencyAnalysisCommand(object, options, nullptr, {}).found);
+    std::vector<int64_t> keys;
+    for (const auto& p : object.periods) keys.push_back(p.key);
+    EXPECT_EQ(keys, (std::vector<int64_t>{350, 349, 351, 344, 343, 342}));
 }
 
 TEST(RunFrequencyAnalysisCommand, FailuresLeaveThePeriodListAlone) {

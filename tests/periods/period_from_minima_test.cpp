@@ -146,7 +146,8 @@ TEST(MergePeriodIntoResult, OrdersByCoherenceKeepsFirstKeyAndCapsAtTwenty) {
 
 // ---- the search against a literal rendering of the rule ----
 
-// Candidates inserted one by one into a list sorted by key (after equal keys), runs merged to
+// Candidates inserted one by one into a list sorted by descending key (after equal keys), runs
+// merged to
 // their mean, every candidate scored over all n minima, the result built candidate by
 // candidate. Slow, but the rule as it reads.
 std::vector<CPeriodListElem> LiteralSearch(const std::vector<SearchMinimum>& minima,
@@ -172,7 +173,7 @@ std::vector<CPeriodListElem> LiteralSearch(const std::vector<SearchMinimum>& min
                     const double period = delta / (c + m);
                     const int64_t key = static_cast<int64_t>(period * 1000 + 0.5);
                     auto it = sorted.begin();
-                    while (it != sorted.end() && it->first <= key) ++it;
+                    while (it != sorted.end() && it->first >= key) ++it;
                     sorted.insert(it, {key, period});
                 }
             }
@@ -267,6 +268,26 @@ TEST(SearchPeriodsFromMinima, ThreePrimaryMinimaTenDaysApart) {
     }
 }
 
+TEST(SearchPeriodsFromMinima, OffersTheLongestWholeCyclePeriodsFirst) {
+    // Every whole-cycle period of three primaries ten days apart has R = 1; among equal R the
+    // list keeps the order the candidates are scored in, longest period first, so the twenty
+    // offered are 10, 5, 3.333, 2.5, ... and not the twenty shortest aliases near 0.1 d.
+    const auto found =
+        SearchPeriodsFromMinima(Minima({0, 10, 20}, {P, P, P}), PeriodFromMinimaOptions{});
+    ASSERT_EQ(found.size(), 20u);
+    const struct {
+        double period;
+        int64_t key;
+    } expected[] = {{10.0, 10000}, {5.0, 5000}, {10.0 / 3, 3333}, {2.5, 2500}, {2.0, 2000}};
+    for (size_t i = 0; i < std::size(expected); ++i) {
+        EXPECT_DOUBLE_EQ(found[i].period, expected[i].period) << i;
+        EXPECT_EQ(found[i].key, expected[i].key) << i;
+        EXPECT_NEAR(found[i].coherence, 1.0, 1e-15) << i;
+    }
+    // The twentieth: ten days in twenty cycles.
+    EXPECT_EQ(found[19].key, 500);
+}
+
 TEST(SearchPeriodsFromMinima, RefusesCountsOutsideThreeToThirtyOne) {
     PeriodFromMinimaOptions options;
     EXPECT_TRUE(SearchPeriodsFromMinima(Minima({0, 10}, {P, P}), options).empty());
@@ -297,12 +318,14 @@ std::unique_ptr<CLocalSeriesTreeElem> SeriesWithMinima(double first_time, std::v
     return series;
 }
 
-TEST(GatherSearchMinima, TakesEnabledMinimaInTimeOrderAndWarnsAboveEight) {
+TEST(GatherSearchMinima, TakesMinimaNotExcludedInTimeOrderAndWarnsAboveEight) {
+    // A minimum marked excluded is left out; a series switched off (hidden from the charts)
+    // still lends its minima, which are timings of the star all the same.
     CObjectListElem object;
     object.series.push_back(SeriesWithMinima(0, {1.0, 3.0, 5.0, 7.0, 9.0}, {P, P, S, P, P},
                                              {true, true, true, false, true}));
     object.series.push_back(SeriesWithMinima(2, {2.0, 4.0, 6.0, 8.0, 10.0}, {U, U, U, U, U}));
-    auto disabled = SeriesWithMinima(20, {0.5}, {P});
+    auto disabled = SeriesWithMinima(20, {0.5, 4.5}, {S, P}, {true, false});
     disabled->enabled = false;
     object.series.push_back(std::move(disabled));
 
@@ -310,12 +333,24 @@ TEST(GatherSearchMinima, TakesEnabledMinimaInTimeOrderAndWarnsAboveEight) {
     ASSERT_TRUE(g.can_search);
     std::vector<double> times;
     for (const auto& m : g.minima) times.push_back(m.time);
-    EXPECT_EQ(times, (std::vector<double>{1, 2, 3, 4, 5, 6, 8, 9}));
-    EXPECT_EQ(g.minima[4].type, S);
+    EXPECT_EQ(times, (std::vector<double>{0.5, 1, 2, 3, 4, 5, 6, 8}));
+    EXPECT_EQ(g.minima[0].type, S);
+    EXPECT_EQ(g.minima[5].type, S);
     ASSERT_EQ(g.messages.size(), 1u);
     EXPECT_EQ(g.messages[0].title, "Too many minima");
     EXPECT_EQ(g.messages[0].lines,
               std::vector<std::string>{"Only first 8 minima used for estimation"});
+}
+
+TEST(GatherSearchMinima, CountsTheMinimaOfADisabledSeries) {
+    CObjectListElem object;
+    auto disabled = SeriesWithMinima(0, {1.0, 2.0, 3.0}, {P, P, P});
+    disabled->enabled = false;
+    object.series.push_back(std::move(disabled));
+    const MinimaGathering g = GatherSearchMinima(object);
+    EXPECT_TRUE(g.can_search);
+    EXPECT_EQ(g.minima.size(), 3u);
+    EXPECT_TRUE(g.messages.empty());
 }
 
 TEST(FindPeriodsFromMinimaCommand, ShowsEachOutcomeWithItsExactTexts) {

@@ -343,19 +343,26 @@ FrequencyCommandResult RunFrequencyAnalysisCommand(CObjectListElem& object,
         return outcome;
     }
     outcome.chosen = TopThree(outcome.values);
-    std::vector<CPeriodListElem> periods;
+    // The periods found join those already offered (from the minima, or an earlier run over
+    // another range) instead of replacing them: the user compares candidates from several
+    // searches in one list.
+    std::vector<CPeriodListElem>& periods = object.periods;
+    const size_t first_added = periods.size();
     for (uint64_t k : outcome.chosen) {
         const double period = outcome.grid.Period(k);
         periods.push_back({period, PeriodKey(period), outcome.values[k].response});
     }
+    // A light curve with two alike minima per cycle shows its strongest response at half the
+    // orbital period; the switch turns the whole list to whole-orbit periods.
     if (options.double_periods)
         for (CPeriodListElem& p : periods) {
             p.period *= 2;
             p.key = PeriodKey(p.period);
         }
-    outcome.found = !periods.empty();
+    outcome.offered.assign(periods.begin() + static_cast<std::ptrdiff_t>(first_added),
+                           periods.end());
+    outcome.found = !outcome.offered.empty();
     PutCurrentPeriodFirst(object, periods);
-    object.periods = std::move(periods);
     outcome.changed = true;
     outcome.messages.push_back(
         {"Possible periods were found",

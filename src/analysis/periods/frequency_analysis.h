@@ -194,8 +194,9 @@ struct FrequencyCommandResult : PeriodCommandResult {
 };
 
 // The command after its dialog: runs the analysis on the object's points and, when it
-// completes, replaces the object's period list by the three periods of highest response
-// (doubled when asked), with the current period at the head, and says what happened.
+// completes, appends the three periods of highest response, best first, to the object's period
+// list, doubles every period of the list when asked, puts the current period at the head, and
+// says what happened. A run that fails or is cancelled leaves the list alone.
 FrequencyCommandResult RunFrequencyAnalysisCommand(kurvalux_data::CObjectListElem& object,
                                                    const FrequencyAnalysisOptions& options,
                                                    kurvalux_platform::CPoster* observer,

@@ -113,7 +113,10 @@ struct Workspace {
 };
 
 // One variant: its candidates, merged by key (runs of equal keys to the mean of their periods,
-// summed in the order generated), scored; the survivors (R >= limit) in key order.
+// summed in the order generated), scored; the survivors (R >= limit) in descending key order.
+// The order matters: the result keeps equal R in the order offered, and every whole fraction of
+// a well-timed interval has R = 1, so the longest periods (the interval itself, its half, ...)
+// must come first or the list fills with the shortest aliases near the minimal period.
 void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<uint8_t>& flags,
                    const PeriodFromMinimaOptions& options, Workspace& ws,
                    std::vector<CPeriodListElem>& survivors) {
@@ -155,25 +158,26 @@ void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<u
         if (!(r < options.limit)) survivors.push_back({period, key, r});
     };
     // Dense keys are all below the sparse ones except those under `lowest` (none in practice),
-    // which the sorted list holds first; keep the global key order.
-    size_t a = 0;
+    // which the sorted list holds first; walk both from the top to keep the global key order.
     const std::vector<Candidate>& sparse = ws.sparse;
-    auto flush_sparse_below = [&](int64_t key) {
-        while (a < sparse.size() && sparse[a].key < key) {
-            size_t b = a;
+    size_t b = sparse.size();  // sparse[0, b) are still to be scored
+    auto flush_sparse_above = [&](int64_t key) {
+        while (b > 0 && sparse[b - 1].key > key) {
+            size_t a = b - 1;
+            while (a > 0 && sparse[a - 1].key == sparse[b - 1].key) --a;
             double sum = 0;
-            while (b < sparse.size() && sparse[b].key == sparse[a].key) sum += sparse[b++].period;
+            for (size_t k = a; k < b; ++k) sum += sparse[k].period;  // in the order generated
             score(sparse[a].key, sum / static_cast<double>(b - a));
-            a = b;
+            b = a;
         }
     };
-    for (size_t slot = 0; slot < kDenseKeys; ++slot) {
+    for (size_t slot = kDenseKeys; slot-- > 0;) {
         if (!ws.dense_count[slot]) continue;
         const int64_t key = lowest + static_cast<int64_t>(slot);
-        flush_sparse_below(key);
+        flush_sparse_above(key);
         score(key, ws.dense_sum[slot] / ws.dense_count[slot]);
     }
-    flush_sparse_below(INT64_MAX);
+    flush_sparse_above(INT64_MIN);
 }
 
 std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v) {
@@ -290,8 +294,9 @@ std::vector<CPeriodListElem> SearchPeriodsFromMinima(const std::vector<SearchMin
 MinimaGathering GatherSearchMinima(const CObjectListElem& object) {
     MinimaGathering gathering;
     std::vector<SearchMinimum>& minima = gathering.minima;
+    // A disabled series is only hidden from the charts; its minima are timings of the star like
+    // any other. Only a minimum the user marked excluded is left out.
     for (const auto& series : object.series) {
-        if (!series->enabled) continue;
         for (const auto& m : series->minima)
             if (m.enabled) minima.push_back({m.time, m.type});
     }
@@ -342,6 +347,7 @@ PeriodCommandResult RunPeriodsFromMinima(CObjectListElem& object,
     }
     std::vector<CPeriodListElem> periods = SearchPeriodsFromMinima(minima, options);
     outcome.found = !periods.empty();
+    outcome.offered = periods;
     PutCurrentPeriodFirst(object, periods);
     object.periods = std::move(periods);
     outcome.changed = true;

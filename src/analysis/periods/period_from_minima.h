@@ -62,14 +62,15 @@ void MergePeriodIntoResult(std::vector<kurvalux_data::CPeriodListElem>& result,
                            const kurvalux_data::CPeriodListElem& candidate);
 
 // The search itself. Returns at most 20 periods in descending order of R (equal R in the
-// order found), nothing for fewer than 3 or more than 31 minima or for options that fail the
-// check. The variants run on `options.threads` workers; the result is that of the sequential
-// rule: variants merged in order, the earlier variant's entry kept for a repeated key.
+// order found, longest period first), nothing for fewer than 3 or more than 31 minima or for
+// options that fail the check. The variants run on `options.threads` workers; the result is that of
+// the sequential rule: variants merged in order, the earlier variant's entry kept for a repeated
+// key.
 std::vector<kurvalux_data::CPeriodListElem> SearchPeriodsFromMinima(
     const std::vector<SearchMinimum>& minima, const PeriodFromMinimaOptions& options);
 
 // The minima of an object in time order (series in time order, their minima merged by time;
-// minima of disabled series and minima marked excluded are left out), at most
+// minima marked excluded are left out, those of disabled series taken), at most
 // kMinimaCommandMaxCount of them, with the boxes the command shows before its dialog.
 struct MinimaGathering {
     std::vector<SearchMinimum> minima;
@@ -80,8 +81,10 @@ MinimaGathering GatherSearchMinima(const kurvalux_data::CObjectListElem& object)
 
 // What a period command did: the boxes to show, in order, and whether the object changed.
 struct PeriodCommandResult {
-    bool changed = false;  // the object's period list was replaced
+    bool changed = false;  // the object's period list was rewritten
     bool found = false;    // the search offered at least one period
+    // The periods the search put into the list, best first (without the current period).
+    std::vector<kurvalux_data::CPeriodListElem> offered;
     std::vector<kurvalux_platform::MessageBoxRecord> messages;
 };
 
