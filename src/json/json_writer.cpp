@@ -1,0 +1,209 @@
+// The writer: one element per line, the line indented by its depth in TABs and followed by ","
+// when the element is not its parent's last. A record member is its quoted name, ":" (": "
+// with the separator flag) and its value; a container's opening bracket ends that line and
+// its closing bracket stands on a line of its own.
+//
+// Whatever is written reads back to a tree that writes the very same text again: string
+// values are cut only where a whole escape fits, and reals are written so that the reader's
+// digit-by-digit conversion lands on a value with the same text (FormatReal).
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <vector>
+
+#include "json/json.h"
+#include "platform/text.h"
+
+namespace sjson {
+namespace {
+
+using kurvalux_platform::CTextBuffer;
+
+constexpr int kRealDecimals = 8;
+
+// From this magnitude on a real is first rounded to a coarser binary grid (see FormatReal).
+constexpr double kCoarseFrom = 8388608.0;  // 2^23
+// Bits kept of a real at or above kCoarseFrom (and never finer than 2^-8).
+constexpr int kSignificantBits = 42;
+
+// Bytes written as a backslash and a letter (or the byte itself).
+bool Escaped(char c) {
+    return c == '"' || c == '\\' || c == '\t' || c == '\n' || c == '\r';
+}
+
+char EscapeLetter(char c) {
+    switch (c) {
+        case '\t':
+            return 't';
+        case '\n':
+            return 'n';
+        case '\r':
+            return 'r';
+        default:
+            return c;
+    }
+}
+
+size_t EscapedLength(std::string_view text) {
+    return text.size() + static_cast<size_t>(std::count_if(text.begin(), text.end(), Escaped));
+}
+
+// `text` in quotes, escaped, its escaped content cut at `limit` characters where a whole
+// escape still fits.
+void AppendQuoted(CTextBuffer& out, std::string_view text, size_t limit) {
+    out.AppendRaw("\"");
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    size_t used = 0;
+    while (p < end) {
+        const char* const run_end = p + std::min(limit - used, static_cast<size_t>(end - p));
+        const char* q = p;
+        while (q < run_end && !Escaped(*q)) ++q;
+        out.AppendRaw(std::string_view(p, static_cast<size_t>(q - p)));
+        used += static_cast<size_t>(q - p);
+        p = q;
+        if (p == end || used + 2 > limit) break;
+        const char escape[2] = {'\\', EscapeLetter(*p++)};
+        out.AppendRaw(std::string_view(escape, 2));
+        used += 2;
+    }
+    out.AppendRaw("\"");
+}
+
+// Rounds |value| >= kCoarseFrom to a multiple of a power of two that keeps kSignificantBits
+// bits, but never finer than 2^-8, so that its eight decimals are its exact value.
+double RoundToGrid(double value) {
+    int exponent = 0;
+    std::frexp(value, &exponent);  // |value| < 2^exponent
+    const int grid = std::max(-kRealDecimals, exponent - kSignificantBits);
+    const double units = std::ldexp(value, -grid);
+    const double rounded = std::ldexp(std::nearbyint(units), grid);
+    // Rounding up past the largest double would give infinity: round towards zero instead.
+    return std::isinf(rounded) ? std::ldexp(std::trunc(units), grid) : rounded;
+}
+
+class CTreeWriter {
+public:
+    CTreeWriter(CTextBuffer& out, unsigned flags)
+        : out_(out), separator_((flags & kWriteSeparator) != 0) {
+        out_.line_end = (flags & kWriteLineEnds) != 0;
+    }
+
+    void Write(const CJSONNode& root) {
+        struct Frame {
+            const CJSONNode* node;
+            size_t next;
+        };
+        const int base = out_.indent;
+        std::vector<Frame> open;
+        Open(root);
+        open.push_back({&root, 0});
+        while (!open.empty()) {
+            Frame& frame = open.back();
+            out_.indent = base + static_cast<int>(open.size());
+            const size_t count = frame.node->ChildCount();
+            if (frame.next < count) {
+                const CJSONNode& child = *frame.node->Child(frame.next++);
+                const bool last = frame.next == count;
+                if (child.IsContainer()) {
+                    Open(child);
+                    open.push_back({&child, 0});
+                } else {
+                    Scalar(child, last);
+                }
+                continue;
+            }
+            const CJSONNode& node = *frame.node;
+            open.pop_back();
+            out_.indent = base + static_cast<int>(open.size());
+            Close(node, !open.empty() && open.back().next < open.back().node->ChildCount());
+        }
+        out_.indent = base;
+    }
+
+private:
+    // The indentation and, for a record member, its quoted name and separator. Returns the
+    // characters the value may take on a member's line.
+    size_t BeginLine(const CJSONNode& node) {
+        out_.Reserve(static_cast<size_t>(std::max(out_.indent, 0)) + kValueCapacity +
+                     2 * kNameCapacity + 16);
+        out_.AppendIndent();
+        if (!node.HasName()) return kValueCapacity + 2;
+        const std::string_view name = NameOf(node);
+        AppendQuoted(out_, name, static_cast<size_t>(-1));
+        out_.AppendRaw(separator_ ? ": " : ":");
+        return kLineCapacity - (EscapedLength(name) + 2 + (separator_ ? 2 : 1));
+    }
+
+    void EndLine(bool comma) {
+        if (comma) out_.AppendRaw(",");
+        out_.AppendLineEnd();
+    }
+
+    void Open(const CJSONNode& node) {
+        BeginLine(node);
+        out_.AppendRaw(node.Kind() == EKind::Record ? "{" : "[");
+        EndLine(false);
+    }
+
+    void Close(const CJSONNode& node, bool comma) {
+        out_.AppendIndent();
+        out_.AppendRaw(node.Kind() == EKind::Record ? "}" : "]");
+        EndLine(comma);
+    }
+
+    void Scalar(const CJSONNode& node, bool last) {
+        const size_t room = BeginLine(node);
+        switch (node.Kind()) {
+            case EKind::Boolean:
+                out_.AppendRaw(node.Boolean() ? "true" : "false");
+                break;
+            case EKind::Integer: {
+                char digits[24];
+                const auto result = std::to_chars(digits, digits + sizeof digits, node.Integer());
+                out_.AppendRaw(std::string_view(digits, static_cast<size_t>(result.ptr - digits)));
+                break;
+            }
+            case EKind::Real:
+                out_.AppendRaw(FormatReal(node.Real()));
+                break;
+            case EKind::String:
+                AppendQuoted(out_, node.Text(), std::min(kValueCapacity, room - 2));
+                break;
+            default:
+                out_.AppendRaw("null");
+                break;
+        }
+        EndLine(!last);
+    }
+
+    CTextBuffer& out_;
+    bool separator_;
+};
+
+}  // namespace
+
+std::string FormatReal(double value) {
+    // JSON has no text for infinity or not-a-number; they are written null, as JSON writers
+    // conventionally do.
+    if (!std::isfinite(value)) return "null";
+    // The reader builds a value digit by digit, each step rounding once. Below 2^23 the few
+    // units in the last place this costs stay under half a unit of the eighth decimal, so the
+    // value read writes the same eight decimals. Larger values are first rounded to a binary
+    // grid (RoundToGrid) whose points are written exactly and lie far enough apart that the
+    // value read rounds back to the same point.
+    if (std::fabs(value) >= kCoarseFrom) value = RoundToGrid(value);
+    std::string text = kurvalux_platform::FormatFixed(value, kRealDecimals);
+    // A value that rounds to zero is written as zero is, so that it reads back to a text that
+    // is written the same.
+    if (text.find_first_not_of("-0.") == std::string::npos) return "0";
+    return text;
+}
+
+bool CJSON::Write(CTextBuffer& output, unsigned flags) const {
+    if (!root_) return false;
+    CTreeWriter(output, flags).Write(*root_);
+    return true;
+}
+
+}  // namespace sjson
