@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "json/json.h"
+#include "json/json_reader.h"
 #include "platform/text.h"
 
 namespace sjson {
@@ -20,10 +21,9 @@ namespace {
 using kurvalux_platform::CTextBuffer;
 
 constexpr int kRealDecimals = 8;
-
-// From this magnitude on a real is first rounded to a coarser binary grid (see FormatReal).
-constexpr double kCoarseFrom = 8388608.0;  // 2^23
-// Bits kept of a real at or above kCoarseFrom (and never finer than 2^-8).
+// Below this magnitude the reader builds every integer part exactly (2^53).
+constexpr double kExactIntegersBelow = 9007199254740992.0;
+// Bits kept of a larger real (see FormatReal).
 constexpr int kSignificantBits = 42;
 
 // Bytes written as a backslash and a letter (or the byte itself).
@@ -70,16 +70,34 @@ void AppendQuoted(CTextBuffer& out, std::string_view text, size_t limit) {
     out.AppendRaw("\"");
 }
 
-// Rounds |value| >= kCoarseFrom to a multiple of a power of two that keeps kSignificantBits
-// bits, but never finer than 2^-8, so that its eight decimals are its exact value.
+// Rounds `value` to a multiple of the power of two that keeps kSignificantBits bits.
 double RoundToGrid(double value) {
     int exponent = 0;
     std::frexp(value, &exponent);  // |value| < 2^exponent
-    const int grid = std::max(-kRealDecimals, exponent - kSignificantBits);
+    const int grid = exponent - kSignificantBits;
     const double units = std::ldexp(value, -grid);
     const double rounded = std::ldexp(std::nearbyint(units), grid);
     // Rounding up past the largest double would give infinity: round towards zero instead.
     return std::isinf(rounded) ? std::ldexp(std::trunc(units), grid) : rounded;
+}
+
+// The value the reader makes of a real's text.
+double ReadBack(const std::string& text) {
+    CJSONSource source(text);
+    SNumber number;
+    CJSONReader(source).ReadNumber(number);
+    return number.value;
+}
+
+// Eight decimals; "0" for a value that rounds to zero, since that is how it reads back.
+std::string FixedText(double value) {
+    std::string text = kurvalux_platform::FormatFixed(value, kRealDecimals);
+    if (text.find_first_not_of("-0.") == std::string::npos) return "0";
+    return text;
+}
+
+bool ReadsBackToItself(const std::string& text) {
+    return FixedText(ReadBack(text)) == text;
 }
 
 class CTreeWriter {
@@ -187,17 +205,34 @@ std::string FormatReal(double value) {
     // JSON has no text for infinity or not-a-number; they are written null, as JSON writers
     // conventionally do.
     if (!std::isfinite(value)) return "null";
-    // The reader builds a value digit by digit, each step rounding once. Below 2^23 the few
-    // units in the last place this costs stay under half a unit of the eighth decimal, so the
-    // value read writes the same eight decimals. Larger values are first rounded to a binary
-    // grid (RoundToGrid) whose points are written exactly and lie far enough apart that the
-    // value read rounds back to the same point.
-    if (std::fabs(value) >= kCoarseFrom) value = RoundToGrid(value);
-    std::string text = kurvalux_platform::FormatFixed(value, kRealDecimals);
-    // A value that rounds to zero is written as zero is, so that it reads back to a text that
-    // is written the same.
-    if (text.find_first_not_of("-0.") == std::string::npos) return "0";
-    return text;
+    // The reader builds a value digit by digit, each step rounding once, so the value read from
+    // a text may differ from the value written in the last bits; the text written must be one
+    // that the value read writes again.
+    std::string text = FixedText(value);
+    if (std::fabs(value) < kExactIntegersBelow) {
+        // Almost always the eight decimals of the value itself read back to themselves (always
+        // below 2^23, where the rounding stays under half a unit of the eighth decimal).
+        // Otherwise the nearest multiple of 1/256, 1/128, ... 1 that does: an integer here
+        // always does, since integer parts are read exactly.
+        if (ReadsBackToItself(text)) return text;
+        for (int bits = kRealDecimals; bits >= 0; --bits) {
+            text = FixedText(std::ldexp(std::nearbyint(std::ldexp(value, bits)), -bits));
+            if (bits == 0 || ReadsBackToItself(text)) return text;
+        }
+    }
+    // Beyond 2^53 even integer parts are read with rounding. A value that reads back exactly
+    // is written as it is; otherwise its point on a grid of kSignificantBits bits, whose points
+    // lie far enough apart that whatever the reader makes of a point's text rounds back to that
+    // point; and where the reader lands exactly on a value of its own, that value is written
+    // instead. Each branch writes a text that reads back to a value taking the same branch to
+    // the same text.
+    if (ReadBack(text) == value) return text;
+    const double point = RoundToGrid(value);
+    text = FixedText(point);
+    const double read = ReadBack(text);
+    if (read == point) return text;
+    std::string read_text = FixedText(read);
+    return ReadBack(read_text) == read ? read_text : text;
 }
 
 bool CJSON::Write(CTextBuffer& output, unsigned flags) const {
