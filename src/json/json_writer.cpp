@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include "json/json.h"
@@ -98,6 +100,32 @@ std::string FixedText(double value) {
 
 bool ReadsBackToItself(const std::string& text) {
     return FixedText(ReadBack(text)) == text;
+}
+
+// A generous estimate of the written size, reserved before writing: memory reserved but never
+// written costs nothing, while growing a large buffer copies it and touches fresh pages again.
+size_t EstimatedSize(const CJSONNode& root, size_t indent) {
+    constexpr size_t kLineExtra = 8;    // brackets, quotes, separator, comma, CR LF
+    constexpr size_t kNumberText = 24;  // a real below 10^15 with its eight decimals
+    size_t total = 0;
+    std::vector<std::pair<const CJSONNode*, size_t>> containers{{&root, indent}};
+    while (!containers.empty()) {
+        const auto [container, depth] = containers.back();
+        containers.pop_back();
+        total += 2 * (depth + kLineExtra) + 2 * NameOf(*container).size();
+        for (const std::unique_ptr<CJSONNode>& child : container->ChildNodes()) {
+            if (child->IsContainer()) {
+                containers.emplace_back(child.get(), depth + 1);
+                continue;
+            }
+            total += depth + 1 + kLineExtra + 2 * NameOf(*child).size();
+            if (child->Kind() == EKind::String)
+                total += std::min(2 * child->Text().size(), kValueCapacity);
+            else
+                total += kNumberText;
+        }
+    }
+    return total;
 }
 
 class CTreeWriter {
@@ -237,6 +265,7 @@ std::string FormatReal(double value) {
 
 bool CJSON::Write(CTextBuffer& output, unsigned flags) const {
     if (!root_) return false;
+    output.Reserve(EstimatedSize(*root_, static_cast<size_t>(std::max(output.indent, 0))));
     CTreeWriter(output, flags).Write(*root_);
     return true;
 }

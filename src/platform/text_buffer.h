@@ -31,6 +31,8 @@ public:
     size_t Length() const { return text_.size(); }
     size_t Capacity() const { return capacity_; }
     void Clear();
+    // Empties the text but keeps its memory, for a buffer that is written again.
+    void ClearKeepingCapacity() { text_.clear(); }
     // Hands the text over and leaves the buffer empty.
     std::string Release();
 
