@@ -50,9 +50,14 @@ public:
     // Builds the document from the text. The top level must be a record or an array; text
     // after it is not examined. On failure the source holds the message and the tree built so
     // far is kept (callers discard it). The cursor is back on the root either way.
+    // Containers nest at most kMaxDepth levels ("JSON nested deeper than 256 levels"). A number
+    // without "." or exponent is an integer, exact over 64 bits and saturating beyond; any
+    // other is a real built digit by digit (eleven fraction digits, the exponent applied one
+    // power of ten at a time).
     bool Parse(CJSONSource& source);
     // Appends the tree to `output`, one element per line indented by `output.indent` plus its
-    // depth in TABs (see json_writer.cpp). False when there is no document.
+    // depth in TABs, and sets the buffer's line-end switch from `flags` (see json_writer.cpp).
+    // False when there is no document.
     bool Write(kurvalux_platform::CTextBuffer& output, unsigned flags) const;
 
     CJSONNode* Root() const { return root_.get(); }
