@@ -593,7 +593,7 @@ std::string CLightCurvePane::SvgText(int width, int height, const std::string& t
         Paint(svg);
         svg.WriteFooter();
     }
-    return buffer.Take();
+    return buffer.Release();
 }
 
 bool CLightCurvePane::ExportSvg(const std::string& path, int width, int height,

@@ -9,42 +9,6 @@ namespace kurvalux_lc {
 
 using kurvalux_platform::Colour;
 
-void CTextBuffer::Reserve(size_t extra) {
-    if (capacity_ - text_.size() >= extra) return;
-    size_t wanted = text_.size() + extra;
-    size_t grown = capacity_ + capacity_ / 2;
-    if (grown < wanted) grown = wanted;
-    capacity_ = (grown + kGrowthStep - 1) / kGrowthStep * kGrowthStep;
-    text_.reserve(capacity_);
-}
-
-void CTextBuffer::Append(std::string_view piece, size_t length) {
-    if (length > piece.size()) length = piece.size();
-    size_t tabs = indent > 0 ? static_cast<size_t>(indent) : 0;
-    Reserve(tabs + length + (line_end ? 2 : 0));
-    text_.append(tabs, '\t');
-    text_.append(piece.data(), length);
-    if (line_end) text_.append("\r\n");
-}
-
-void CTextBuffer::AppendRaw(std::string_view piece) {
-    Reserve(piece.size());
-    text_.append(piece);
-}
-
-std::string CTextBuffer::Take() {
-    std::string text = std::move(text_);
-    text_.clear();
-    capacity_ = 0;
-    return text;
-}
-
-void CTextBuffer::Clear() {
-    text_.clear();
-    text_.shrink_to_fit();
-    capacity_ = 0;
-}
-
 namespace {
 
 void AppendInt(std::string& out, long value) {

@@ -6,40 +6,12 @@
 #include <string_view>
 
 #include "platform/draw_context.h"
+#include "platform/text_buffer.h"
 
 namespace kurvalux_lc {
 
-// A growable byte buffer for generated text files. Each piece is appended with `indent` TAB
-// characters before it and, when `line_end` is set, CR LF after it. The capacity is kept a
-// multiple of 4096 bytes; it grows geometrically so that a multi-megabyte document is built in
-// linear time.
-class CTextBuffer {
-public:
-    static constexpr size_t kGrowthStep = 4096;
-
-    // Appends at most `length` bytes of `piece`.
-    void Append(std::string_view piece, size_t length);
-    void Append(std::string_view piece) { Append(piece, piece.size()); }
-    // Appends raw bytes: no indentation, no line end.
-    void AppendRaw(std::string_view piece);
-
-    const std::string& Text() const { return text_; }
-    // Moves the text out, leaving the buffer empty: a large document is not copied.
-    std::string Take();
-    size_t Length() const { return text_.size(); }
-    size_t Capacity() const { return capacity_; }
-    void Clear();
-    // Makes room for `extra` more bytes at once (in whole growth steps), so that a document
-    // whose size is known roughly beforehand is not moved while it grows.
-    void Reserve(size_t extra);
-
-    int indent = 0;
-    bool line_end = true;
-
-private:
-    std::string text_;
-    size_t capacity_ = 0;
-};
+// SVG documents are written into the text buffer that every generated text file shares.
+using kurvalux_platform::CTextBuffer;
 
 class CSVGContext : public kurvalux_platform::CDrawContext {
 public:
