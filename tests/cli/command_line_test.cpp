@@ -13,7 +13,7 @@ namespace {
 const std::string kField = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo/demo.kvf";
 const std::string kFitMinUsage =
     "usage: kurvalux-cli fit-min FIELD.kvf --object NAME --series K --from JD --to JD "
-    "[--start m0,t0,s,A,D,G,C] [--fixed NAMES] [--bootstrap] [--processors N] [--seed S] "
+    "[--start m0,t0,s,A,D,G,C] [--fixed NAMES] [--bootstrap] [--error-method case|block] [--processors N] [--seed S] "
     "[--root DIR]";
 const std::string kStatsUsage = "usage: kurvalux-cli stats FIELD.kvf [--short] [--root DIR]";
 

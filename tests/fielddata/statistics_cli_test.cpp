@@ -137,21 +137,38 @@ TEST(CommandLine, RefusedSeriesGoToStderrAndTheRunGoesOn) {
                               "absent.kvf\nCannot load field: " + folder.Path() + "absent.kvf\n");
 }
 
-TEST(CommandLine, StatsOfAFieldWithAThreeHundredDigitTime) {
-    // An extra run of digits typed into a time: a number of 300 digits reads as 1e299.
+TEST(CommandLine, StatsOfAFieldWithAbsurdTimes) {
+    // An extra run of digits typed into a time. Fifteen digits still read as a number, but
+    // not as a Julian Date: the series is counted, its nights and hours cannot be. Three
+    // hundred digits are refused by the reader, and the series is kept as unavailable.
     TempFolder folder;
     folder.Write("a.txt", "2459000.3 10\n2459000.5 10\n");
-    folder.Write("b.txt", "2459001.3 10\n1" + std::string(299, '0') + " 10\n");
-    const std::string field = folder.Write(
-        "f.kvf",
-        "kurvalux\r\n\tversion = 4\r\n\tobject\r\n\t\tname = \"S\"\r\n\t\tseries\r\n"
-        "\t\t\trelative_path = \"a.txt\"\r\n\t\tend_series\r\n\t\tseries\r\n"
-        "\t\t\trelative_path = \"b.txt\"\r\n\t\tend_series\r\n\tend_object\r\nend_kurvalux\r\n");
-    auto [status, output] = RunCli("stats " + field + " --root ''");
+    folder.Write("b.txt", "2459001.3 10\n1" + std::string(14, '0') + " 10\n");
+    folder.Write("c.txt", "2459001.3 10\n1" + std::string(299, '0') + " 10\n");
+    const auto field_with = [&](const std::string& second) {
+        return folder.Write(
+            "f.kvf",
+            "kurvalux\r\n\tversion = 4\r\n\tobject\r\n\t\tname = \"S\"\r\n\t\tseries\r\n"
+            "\t\t\trelative_path = \"a.txt\"\r\n\t\tend_series\r\n\t\tseries\r\n"
+            "\t\t\trelative_path = \"" +
+                second + "\"\r\n\t\tend_series\r\n\tend_object\r\nend_kurvalux\r\n");
+    };
+
+    auto [status, output] = RunCli("stats " + field_with("b.txt") + " --root ''");
     EXPECT_EQ(status, 0);
     EXPECT_EQ(output,
               "Field contains:\n1 objects\n2 series\n0 minima\n4 points\n1 nights\n"
               "5 obs. hours\n1 series with times out of range, not counted in nights and hours\n");
+
+    auto [refused_status, refused_output] = RunCli("stats " + field_with("c.txt") + " --root ''");
+    EXPECT_EQ(refused_status, 0);
+    const std::string path = folder.Path() + "c.txt";
+    EXPECT_EQ(refused_output,
+              "Error: Cannot load series photometry data: " + path + " " +
+                  ("Number out of range in line 2: 1" + std::string(299, '0')).substr(0, 79) +
+                  " Series kept as unavailable until its file is found\n"
+                  "Field contains:\n1 objects\n1 series\n0 minima\n2 points\n1 nights\n5 obs. "
+                  "hours\n1 unavailable series (0 minima)\n");
 }
 
 TEST(CommandLine, SaveRoundTrip) {
