@@ -151,11 +151,11 @@ bool CKvfBlockReader::ReadStar(CStarRecord& star, const std::string& end_keyword
             ok = Quoted(star.star_name, kStarNameCapacity);
         } else if (word == "star_ra") {
             ok = Quoted(text, kStarNameCapacity);
-            if (ok && kurvalux_platform::ParseSexagesimal(text, value))
+            if (ok && kurvalux_platform::ParseRaSexagesimal(text, value))
                 star.star_ra = value * M_PI / 12.0;
         } else if (word == "star_dec") {
             ok = Quoted(text, kStarNameCapacity);
-            if (ok && kurvalux_platform::ParseSexagesimal(text, value))
+            if (ok && kurvalux_platform::ParseDecSexagesimal(text, value))
                 star.star_dec = value * M_PI / 180.0;
         } else if (word == "catalog") {
             ok = Quoted(star.catalog, kCatalogCapacity);

@@ -66,7 +66,7 @@ public:
     }
     // Up to three numeric fields separated by ":" or blanks, with an optional sign ahead:
     // "12:34:56.7", "12 34 56.7", "-05:06:07".
-    bool Sexagesimal(double& value) {
+    bool Sexagesimal(double& value, bool (*parse)(std::string_view, double&)) {
         SkipSeparators();
         const char* begin = p_;
         const char* q = p_;
@@ -88,7 +88,7 @@ public:
             p_ = begin;
             return false;
         }
-        return kurvalux_platform::ParseSexagesimal(std::string_view(begin, p_ - begin), value);
+        return parse(std::string_view(begin, p_ - begin), value);
     }
     // Leaves the rest of a word that did not parse as a value.
     void SkipWord() {
@@ -127,9 +127,9 @@ void ReadStarPairs(LineCursor& line, CStarRecord& star) {
         if (key == "NAME:") {
             star.star_name = line.Word(kStarNameCapacity);
         } else if (key == "RA:") {
-            if (line.Sexagesimal(value)) star.star_ra = value * M_PI / 12.0;
+            if (line.Sexagesimal(value, kurvalux_platform::ParseRaSexagesimal)) star.star_ra = value * M_PI / 12.0;
         } else if (key == "DEC:") {
-            if (line.Sexagesimal(value)) star.star_dec = value * M_PI / 180.0;
+            if (line.Sexagesimal(value, kurvalux_platform::ParseDecSexagesimal)) star.star_dec = value * M_PI / 180.0;
         } else if (key == "CATALOG:") {
             star.catalog = line.Word(kCatalogCapacity);
         } else if (key == "CATALOGID:") {

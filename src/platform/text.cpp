@@ -42,8 +42,13 @@ namespace {
 // `decimals`, carrying a rounded 60 into the next field.
 std::string FormatSexagesimal(double value, int decimals, bool sign) {
     const double scale = std::pow(10.0, decimals);
-    const bool negative = value < 0;
+    // Positions come in range from the readers; anything else is shown as zero rather than
+    // overflowing the integer fields.
+    if (!(std::fabs(value) <= 1e6)) value = 0;
     long long ticks = std::llround(std::fabs(value) * 3600.0 * scale);
+    // The sign of what is written: a value that rounds to zero is written unsigned ("+" for a
+    // declination), so that it reads back to the same text.
+    const bool negative = value < 0 && ticks > 0;
     const long long per_minute = static_cast<long long>(60 * scale);
     const long long per_unit = 60 * per_minute;
     long long units = ticks / per_unit;
@@ -92,6 +97,20 @@ bool ParseSexagesimal(std::string_view text, double& value) {
     if (count == 0) return false;
     double v = parts[0] + parts[1] / 60.0 + parts[2] / 3600.0;
     value = negative ? -v : v;
+    return true;
+}
+
+bool ParseRaSexagesimal(std::string_view text, double& hours) {
+    double value = 0;
+    if (!ParseSexagesimal(text, value) || !(value >= 0 && value <= 24)) return false;
+    hours = value;
+    return true;
+}
+
+bool ParseDecSexagesimal(std::string_view text, double& degrees) {
+    double value = 0;
+    if (!ParseSexagesimal(text, value) || !(value >= -90 && value <= 90)) return false;
+    degrees = value;
     return true;
 }
 

@@ -24,6 +24,11 @@ std::string FormatDecSexagesimal(double dec_radians);
 // Reads "H M S", "H:M:S", "H:M" or "H" (a leading sign allowed) into the value in units of its
 // first field (hours or degrees). Returns false when no number is there.
 bool ParseSexagesimal(std::string_view text, double& value);
+// The same for a right ascension (0 to 24 hours) or a declination (-90 to +90 degrees): a text
+// outside the sky ("05:34:5555…") is refused like one without a number, since no position
+// can be written back from it.
+bool ParseRaSexagesimal(std::string_view text, double& hours);
+bool ParseDecSexagesimal(std::string_view text, double& degrees);
 
 std::string ToUpperAscii(std::string_view text);
 std::string_view TrimBlanks(std::string_view text);

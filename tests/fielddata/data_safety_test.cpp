@@ -22,6 +22,7 @@
 #include "data/photometry.h"
 #include "data/settings.h"
 #include "platform/files.h"
+#include "platform/text.h"
 #include "temp_folder.h"
 
 using namespace kurvalux_data;
@@ -278,6 +279,49 @@ TEST(RoundTrips, SettingsWithControlBytesInRecentFiles) {
     ParseSettings("[MRUfiles]\r\n0=" + std::string(120, 'a') + "       bcd\r\n", cut);
     ASSERT_EQ(cut.recent_files.size(), 1u);
     EXPECT_EQ(cut.recent_files[0], std::string(120, 'a'));
+}
+
+TEST(RoundTrips, APositionOutsideTheSkyIsNotKept) {
+    Field field, again;
+    CRecordingMessageBoxSink boxes;
+    FieldLoadOptions options;
+    options.parallel = false;
+    ASSERT_TRUE(
+        LoadFieldText(ReadData("repro/field-position-out-of-sky.kvf"), field, options, boxes).ok);
+    const std::string saved = FieldToText(field);
+    // The variable's declination is kept, its impossible right ascension is not.
+    EXPECT_EQ(saved.find("star_ra"), std::string::npos);
+    EXPECT_NE(saved.find("star_dec = \"+22:00:52.20\"\r\n"), std::string::npos);
+    ASSERT_TRUE(LoadFieldText(saved, again, options, boxes).ok);
+    EXPECT_EQ(FieldToText(again), saved);
+}
+
+TEST(Positions, ReadOnlyWithinTheSkyAndWrittenToReadBackTheSame) {
+    using kurvalux_platform::FormatDecSexagesimal;
+    using kurvalux_platform::FormatRaSexagesimal;
+    using kurvalux_platform::ParseDecSexagesimal;
+    using kurvalux_platform::ParseRaSexagesimal;
+    double v = -1;
+    EXPECT_TRUE(ParseRaSexagesimal("24:00:00", v));
+    EXPECT_EQ(v, 24.0);
+    EXPECT_TRUE(ParseRaSexagesimal("05:75", v));  // minutes past 59 carry, as typed
+    EXPECT_EQ(v, 6.25);
+    EXPECT_FALSE(ParseRaSexagesimal("24:00:01", v));
+    EXPECT_FALSE(ParseRaSexagesimal("-00:00:01", v));
+    EXPECT_FALSE(ParseRaSexagesimal("05:34:" + std::string(60, '5'), v));
+    EXPECT_TRUE(ParseDecSexagesimal("-90:00:00", v));
+    EXPECT_EQ(v, -90.0);
+    EXPECT_FALSE(ParseDecSexagesimal("+90:00:00.01", v));
+    EXPECT_FALSE(ParseDecSexagesimal("-91", v));
+
+    // A value that rounds to zero is written without a minus sign, which is how it reads back.
+    EXPECT_EQ(FormatDecSexagesimal(-1e-9), "+00:00:00.00");
+    EXPECT_EQ(FormatRaSexagesimal(-1e-9), "00:00:00.000");
+    EXPECT_EQ(FormatDecSexagesimal(-1e-4), "-00:00:20.63");
+    // Rounding up to a full day of right ascension reads back to itself.
+    EXPECT_EQ(FormatRaSexagesimal((24.0 - 1e-7) * M_PI / 12.0), "24:00:00.000");
+    ASSERT_TRUE(ParseRaSexagesimal("24:00:00.000", v));
+    EXPECT_EQ(FormatRaSexagesimal(v * M_PI / 12.0), "24:00:00.000");
 }
 
 // ---- Files that are not files
