@@ -120,6 +120,37 @@ FitMessage Refusal(const BootstrapOptions& options) {
     return options.fit.Validate(kCannotEstimate);
 }
 
+// What both bootstraps start from: the clock, the points of the window, the window's span
+// (the fit's time unit), the constraints and the fitted values.
+struct Resampling {
+    explicit Resampling(const BootstrapOptions& options)
+        : start_ticks(kurvalux_platform::TickCount()),
+          points(detail::SelectPoints(options.fit)),
+          n(int(points.x.size())),
+          span(options.fit.t_end - options.fit.t_start),
+          constraints(detail::Constraints(options.fit.free)),
+          fitted(options.fitted.normalised),
+          t_start(options.fit.t_start) {}
+
+    // Fits one resampled set from the fitted values; the time of minimum in days.
+    bool FitTime(const double* x, const double* y, const double* sigma, FitResult& fit,
+                 double& t) const {
+        SingleMinimumParameters q = fitted;
+        if (detail::RunFit(x, y, sigma, n, constraints, q, fit) <= 0) return false;
+        t = q[kMinTime] * span + t_start;
+        return true;
+    }
+    double Seconds() const { return double(kurvalux_platform::TickCount() - start_ticks) / 1000.0; }
+
+    uint64_t start_ticks;
+    detail::MinimumPoints points;
+    int n;
+    double span;
+    detail::MinimumConstraints constraints;
+    SingleMinimumParameters fitted;
+    double t_start;
+};
+
 // Fills the result from the rounds: the standard deviation of the times about their mean, and
 // no error value when it is a day or more.
 void Summarise(Rounds rounds, BootstrapResult& result) {
@@ -162,34 +193,25 @@ BootstrapResult EstimateMinimumError(const BootstrapOptions& options) {
     result.message = Refusal(options);
     if (!result.message.empty()) return result;
 
-    const uint64_t start_ticks = kurvalux_platform::TickCount();
-    const detail::MinimumPoints points = detail::SelectPoints(options.fit);
-    const int n = int(points.x.size());
-    const double span = options.fit.t_end - options.fit.t_start;
-    const detail::MinimumConstraints constraints = detail::Constraints(options.fit.free);
-    const SingleMinimumParameters fitted = options.fitted.normalised;
+    const Resampling setup(options);
 
     // Each round draws n points with replacement and fits them from the fitted values.
     const RoundFactory make_round = [&]() -> Round {
-        return [&, x = std::vector<double>(n), y = std::vector<double>(n),
-                sigma = std::vector<double>(n),
+        return [&, x = std::vector<double>(setup.n), y = std::vector<double>(setup.n),
+                sigma = std::vector<double>(setup.n),
                 fit = FitResult()](std::mt19937_64& random, double& t) mutable {
-            std::uniform_int_distribution<int> pick(0, n - 1);
-            for (int i = 0; i < n; ++i) {
+            std::uniform_int_distribution<int> pick(0, setup.n - 1);
+            for (int i = 0; i < setup.n; ++i) {
                 const int k = pick(random);
-                x[i] = points.x[k];
-                y[i] = points.y[k];
-                sigma[i] = points.sigma[k];
+                x[i] = setup.points.x[k];
+                y[i] = setup.points.y[k];
+                sigma[i] = setup.points.sigma[k];
             }
-            SingleMinimumParameters q = fitted;
-            if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints, q, fit) <= 0)
-                return false;
-            t = q[kMinTime] * span + options.fit.t_start;
-            return true;
+            return setup.FitTime(x.data(), y.data(), sigma.data(), fit, t);
         };
     };
     Summarise(RunRounds(options, make_round), result);
-    result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
+    result.seconds = setup.Seconds();
     if (!result.ok) return result;
     if (!result.has_error) {
         kurvalux_platform::DebugOutput("Error > 1, list of Times\r\n");
@@ -206,70 +228,62 @@ BootstrapResult EstimateMinimumBlockError(const BootstrapOptions& options) {
     result.message = Refusal(options);
     if (!result.message.empty()) return result;
 
-    const uint64_t start_ticks = kurvalux_platform::TickCount();
-    const detail::MinimumPoints points = detail::SelectPoints(options.fit);
-    const int n = int(points.x.size());
-    const double span = options.fit.t_end - options.fit.t_start;
-    const detail::MinimumConstraints constraints = detail::Constraints(options.fit.free);
-    const SingleMinimumParameters fitted = options.fitted.normalised;
+    const Resampling setup(options);
 
     // The points in time order, the fitted model at each, the weighted residuals and the
     // derivatives of the weighted model by the free parameters (central differences).
-    std::vector<size_t> order(points.x.size());
+    std::vector<size_t> order(setup.points.x.size());
     std::iota(order.begin(), order.end(), size_t(0));
     std::stable_sort(order.begin(), order.end(),
-                     [&](size_t a, size_t b) { return points.x[a] < points.x[b]; });
-    std::vector<double> x(n), sigma(n), model_value(n), residual(n);
-    const CSingleMinimumModel model(fitted);
-    for (int i = 0; i < n; ++i) {
-        x[i] = points.x[order[i]];
-        sigma[i] = points.sigma[order[i]];
+                     [&](size_t a, size_t b) { return setup.points.x[a] < setup.points.x[b]; });
+    std::vector<double> x(setup.n), sigma(setup.n), model_value(setup.n), residual(setup.n);
+    const CSingleMinimumModel model(setup.fitted);
+    for (int i = 0; i < setup.n; ++i) {
+        x[i] = setup.points.x[order[i]];
+        sigma[i] = setup.points.sigma[order[i]];
         model_value[i] = model.Evaluate(x[i]);
-        residual[i] = (points.y[order[i]] - model_value[i]) / sigma[i];
+        residual[i] = (setup.points.y[order[i]] - model_value[i]) / sigma[i];
     }
     std::vector<size_t> free;
-    for (size_t k = 0; k < constraints.size(); ++k)
-        if (!constraints[k].fixed) free.push_back(k);
+    for (size_t k = 0; k < setup.constraints.size(); ++k)
+        if (!setup.constraints[k].fixed) free.push_back(k);
     const size_t nfree = free.size();
-    std::vector<double> jacobian(size_t(n) * nfree);
+    std::vector<double> jacobian(size_t(setup.n) * nfree);
     for (size_t j = 0; j < nfree; ++j) {
-        SingleMinimumParameters up = fitted, down = fitted;
-        const double h = 1e-6 * std::max(std::fabs(fitted[free[j]]), 1e-3);
+        SingleMinimumParameters up = setup.fitted, down = setup.fitted;
+        const double h = 1e-6 * std::max(std::fabs(setup.fitted[free[j]]), 1e-3);
         up[free[j]] += h;
         down[free[j]] -= h;
         const CSingleMinimumModel above(up), below(down);
-        for (int i = 0; i < n; ++i)
+        for (int i = 0; i < setup.n; ++i)
             jacobian[size_t(i) * nfree + j] =
                 (above.Evaluate(x[i]) - below.Evaluate(x[i])) / (2 * h * sigma[i]);
     }
     const int length = std::clamp(
-        options.block_length > 0 ? options.block_length : BlockLengthFromResiduals(residual), 1, n);
+        options.block_length > 0 ? options.block_length : BlockLengthFromResiduals(residual), 1,
+        setup.n);
     result.block_length = length;
     // Residuals that keep the noise the fit followed, centred on 0.
     residual = LeaveBlockOutResiduals(residual, jacobian, nfree, size_t(length));
-    const double mean = std::accumulate(residual.begin(), residual.end(), 0.0) / n;
+    const double mean = std::accumulate(residual.begin(), residual.end(), 0.0) / setup.n;
     for (double& r : residual) r -= mean;
 
     // Each round lays blocks of `length` consecutive residuals, each from a uniform start and
-    // wrapping round the end, onto the fitted model and fits the result.
+    // wrapping round the end, onto the setup.fitted model and fits the result.
     const RoundFactory make_round = [&]() -> Round {
-        return [&, y = std::vector<double>(n), fit = FitResult()](std::mt19937_64& random,
-                                                                  double& t) mutable {
-            std::uniform_int_distribution<int> pick(0, n - 1);
-            for (int i = 0; i < n;) {
+        return [&, y = std::vector<double>(setup.n), fit = FitResult()](std::mt19937_64& random,
+                                                                        double& t) mutable {
+            std::uniform_int_distribution<int> pick(0, setup.n - 1);
+            for (int i = 0; i < setup.n;) {
                 const int from = pick(random);
-                for (int j = 0; j < length && i < n; ++j, ++i)
-                    y[i] = model_value[i] + sigma[i] * residual[(from + j) % n];
+                for (int j = 0; j < length && i < setup.n; ++j, ++i)
+                    y[i] = model_value[i] + sigma[i] * residual[(from + j) % setup.n];
             }
-            SingleMinimumParameters q = fitted;
-            if (detail::RunFit(x.data(), y.data(), sigma.data(), n, constraints, q, fit) <= 0)
-                return false;
-            t = q[kMinTime] * span + options.fit.t_start;
-            return true;
+            return setup.FitTime(x.data(), y.data(), sigma.data(), fit, t);
         };
     };
     Summarise(RunRounds(options, make_round), result);
-    result.seconds = double(kurvalux_platform::TickCount() - start_ticks) / 1000.0;
+    result.seconds = setup.Seconds();
     return result;
 }
 

@@ -252,17 +252,23 @@ std::string ReadData(const std::string& name) {
     return text;
 }
 
-TEST(RoundTrips, FieldWithALongIntegerPartIsStableFromTheFirstSave) {
+// Loads a field kept under tests/data, saves it, and checks that the saved text loads and
+// saves again to itself; returns the first save.
+std::string SavedStably(const std::string& name) {
     Field field, again;
     CRecordingMessageBoxSink boxes;
     FieldLoadOptions options;
     options.parallel = false;
-    ASSERT_TRUE(
-        LoadFieldText(ReadData("repro/field-roundtrip-drift.kvf"), field, options, boxes).ok);
+    EXPECT_TRUE(LoadFieldText(ReadData(name), field, options, boxes).ok);
     const std::string saved = FieldToText(field);
-    EXPECT_NE(saved.find("m0 = 246095305876.43\r\n"), std::string::npos);
-    ASSERT_TRUE(LoadFieldText(saved, again, options, boxes).ok);
+    EXPECT_TRUE(LoadFieldText(saved, again, options, boxes).ok);
     EXPECT_EQ(FieldToText(again), saved);
+    return saved;
+}
+
+TEST(RoundTrips, FieldWithALongIntegerPartIsStableFromTheFirstSave) {
+    const std::string saved = SavedStably("repro/field-roundtrip-drift.kvf");
+    EXPECT_NE(saved.find("m0 = 246095305876.43\r\n"), std::string::npos);
 }
 
 TEST(RoundTrips, SettingsWithControlBytesInRecentFiles) {
@@ -282,18 +288,10 @@ TEST(RoundTrips, SettingsWithControlBytesInRecentFiles) {
 }
 
 TEST(RoundTrips, APositionOutsideTheSkyIsNotKept) {
-    Field field, again;
-    CRecordingMessageBoxSink boxes;
-    FieldLoadOptions options;
-    options.parallel = false;
-    ASSERT_TRUE(
-        LoadFieldText(ReadData("repro/field-position-out-of-sky.kvf"), field, options, boxes).ok);
-    const std::string saved = FieldToText(field);
+    const std::string saved = SavedStably("repro/field-position-out-of-sky.kvf");
     // The variable's declination is kept, its impossible right ascension is not.
     EXPECT_EQ(saved.find("star_ra"), std::string::npos);
     EXPECT_NE(saved.find("star_dec = \"+22:00:52.20\"\r\n"), std::string::npos);
-    ASSERT_TRUE(LoadFieldText(saved, again, options, boxes).ok);
-    EXPECT_EQ(FieldToText(again), saved);
 }
 
 TEST(Positions, ReadOnlyWithinTheSkyAndWrittenToReadBackTheSame) {
