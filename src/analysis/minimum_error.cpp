@@ -269,7 +269,7 @@ BootstrapResult EstimateMinimumBlockError(const BootstrapOptions& options) {
     for (double& r : residual) r -= mean;
 
     // Each round lays blocks of `length` consecutive residuals, each from a uniform start and
-    // wrapping round the end, onto the setup.fitted model and fits the result.
+    // wrapping round the end, onto the fitted model and fits the result.
     const RoundFactory make_round = [&]() -> Round {
         return [&, y = std::vector<double>(setup.n), fit = FitResult()](std::mt19937_64& random,
                                                                         double& t) mutable {
