@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 
 namespace kurvalux_time {
 
@@ -51,16 +52,25 @@ SunMoonState ComputeSunMoon(double jd) {
     eraMoon98(tt1, tt2, moon);
     eraRxp(state.rnpb, moon[0], state.moon);
 
-    state.gast_minus_era = eraAnpm(eraGst06a(ut1, ut2, tt1, tt2) - eraEra00(ut1, ut2));
+    // The apparent sidereal time from the same precession-nutation matrix (eraGst06a would
+    // compute the nutation series a second time).
+    state.gast_minus_era = eraAnpm(eraGst06(ut1, ut2, tt1, tt2, state.rnpb) - eraEra00(ut1, ut2));
     return state;
 }
 
-CSunMoonTable::CSunMoonTable(double first, double last, double step) : first_(first), step_(step) {
+CSunMoonTable::CSunMoonTable(double first, double last, double step, unsigned threads)
+    : first_(first), step_(step) {
     const double count = std::ceil((last - first) / step) + 1;
     if (!(count >= 1 && count < 1e7)) return;
-    samples_.reserve(size_t(count) + 1);
-    for (size_t i = 0; i <= size_t(count); ++i)
-        samples_.push_back(ComputeSunMoon(first + double(i) * step));
+    samples_.resize(size_t(count) + 1);
+    const unsigned workers = std::max(1u, threads);
+    auto work = [&](unsigned w) {
+        for (size_t i = w; i < samples_.size(); i += workers)
+            samples_[i] = ComputeSunMoon(first + double(i) * step);
+    };
+    std::vector<std::jthread> pool;
+    for (unsigned w = 1; w < workers; ++w) pool.emplace_back(work, w);
+    work(0);
 }
 
 SunMoonState CSunMoonTable::At(double jd) const {

@@ -30,10 +30,10 @@ SunMoonState ComputeSunMoon(double jd);
 
 // The state at jd from a table sampled every `step` days over [first, last] (linear
 // interpolation between samples: the Moon's path bends by about 2" in an hour). Outside the
-// table the state is computed in full.
+// table the state is computed in full. The samples are computed on `threads` workers.
 class CSunMoonTable {
 public:
-    CSunMoonTable(double first, double last, double step = 1.0 / 24.0);
+    CSunMoonTable(double first, double last, double step = 1.0 / 24.0, unsigned threads = 1);
     SunMoonState At(double jd) const;
 
 private:
