@@ -3,8 +3,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <ctime>
 
 #include "analysis/model.h"
+#include "data/julian_date.h"
 
 namespace kurvalux_lc {
 
@@ -61,14 +64,53 @@ void CPredictionPane::SetCriteria(double star_alt, double sun_alt, bool use_star
 void CPredictionPane::Build() {
     ClearData();
     SetXDataRange(left_, right_);
-    ClearYRange();
     Layout(left_, right_, false, false);
+}
+
+void CPredictionPane::Layout(double, double, bool, bool) {
+    // The chart takes the upper two thirds; the altitudes the rest.
+    const CRect full = Rect();
+    SetRect({full.left, full.top, full.width, full.height - full.height / 3});
+    ClearYRange();
+    CLightCurvePane::Layout(left_, right_, false, false);
     Refill();
     if (has_curve_) {
         SetYRange(model_min_, model_max_);
-        Layout(left_, right_, false, false);
+        CLightCurvePane::Layout(left_, right_, false, false);
         Refill();
     }
+    SetRect(full);
+    LayoutAltitudePlot(full);
+}
+
+void CPredictionPane::LayoutAltitudePlot(const CRect& full) {
+    alt_frame_ = CRect{};
+    alt_ticks_ = time_ticks_ = TickLayout{};
+    alt_labels_.clear();
+    time_labels_.clear();
+    if (alt_min_ == kUnsetAltitude || Thumbnail()) return;
+    CDrawContext& dc = Metrics();
+    dc.SelectFont(&CaptionFont());
+    const int th = dc.TextHeight(), m = Margin();
+    // "Deg" on a line of its own above the frame; the time labels and "Date" below it.
+    const int top = full.height - full.height / 3 + th + 2;
+    const int bottom = full.height - m - 2 * th;
+    if (bottom - top <= 2 * m || Plot().width <= 2 * m) return;
+    alt_frame_ = CRect{Plot().left, top, Plot().width, bottom - top};
+    double lower = alt_min_, upper = alt_max_;
+    if (!(upper > lower)) {
+        lower -= 1;
+        upper += 1;
+    }
+    alt_map_ = AxisMapping{lower, upper, top + m, alt_frame_.height - 2 * m, true};
+    alt_ticks_ = LayoutTicks(lower, upper, alt_frame_.height, MinimumTickSpacing(DpiY()), alt_map_);
+    for (double v : alt_ticks_.values) alt_labels_.push_back(TickLabel(v, 0));
+    time_map_ = AxisMapping{left_, right_, alt_frame_.left, alt_frame_.width, false};
+    const int label_width = dc.TextWidth("0000-00-00 00:00");
+    time_ticks_ =
+        LayoutTicks(left_, right_, alt_frame_.width,
+                    std::max(MinimumTickSpacing(DpiX()), label_width + 8 * DpiX() / 96), time_map_);
+    for (double v : time_ticks_.values) time_labels_.push_back(PredictionTimeLabel(v));
 }
 
 void CPredictionPane::Refill() {
@@ -158,17 +200,16 @@ Colour CPredictionPane::ColumnColour(size_t k) const {
     return style.axis;
 }
 
-void CPredictionPane::PaintPrediction(CDrawContext& dc) {
-    const CRect& rect = Rect();
-    if (fill_background) {
-        dc.SetFillColour(style.background);
-        dc.FillRectangle(0, 0, rect.width, rect.height);
-    }
-    PaintStripes(dc, stripes_, rect.height);
-    const bool fill = fill_background;
-    fill_background = false;
-    Paint(dc);
-    fill_background = fill;
+void CPredictionPane::PaintUnderlay(CDrawContext& dc) {
+    PaintStripes(dc, stripes_, Rect().height);
+}
+
+void CPredictionPane::PaintOnTop(CDrawContext& dc) {
+    PaintCurve(dc);
+    PaintAltitudePlot(dc);
+}
+
+void CPredictionPane::PaintCurve(CDrawContext& dc) {
     if (!has_curve_ || columns_.size() < 2) return;
     // One polyline per run of columns of one colour, each reaching to the next run's first
     // column so that the curve has no gaps.
@@ -189,6 +230,70 @@ void CPredictionPane::PaintPrediction(CDrawContext& dc) {
         dc.DrawPolyline(xs.size(), xs.data(), ys.data());
         start = end;
     }
+}
+
+void CPredictionPane::PaintAltitudePlot(CDrawContext& dc) {
+    if (alt_frame_.width <= 0) return;
+    const int left = alt_frame_.left, top = alt_frame_.top;
+    const int right = alt_frame_.Right(), bottom = alt_frame_.Bottom();
+    dc.SetPenWidth(1);
+    dc.SelectFont(&CaptionFont());
+    dc.SetTextColour(style.text);
+    const int th = dc.TextHeight();
+    // The horizon, when the altitudes reach across it.
+    if (alt_map_.lower <= 0 && alt_map_.upper >= 0) {
+        dc.SetPenColour(kHorizonColour);
+        const int y = alt_map_.Pixel(0);
+        dc.DrawLine(left, y, right, y);
+    }
+    dc.SetPenColour(style.axis);
+    dc.DrawLine(left, top, right, top);
+    dc.DrawLine(right, top, right, bottom);
+    dc.DrawLine(left, bottom, right, bottom);
+    dc.DrawLine(left, top, left, bottom);
+    for (int i = 0; i < alt_ticks_.count; ++i) {
+        const int y = alt_ticks_.pixels[i];
+        dc.DrawLine(left - 4, y, left, y);
+        dc.DrawText(left - 6 - dc.TextWidth(alt_labels_[i]), y - th / 2, alt_labels_[i].size(),
+                    alt_labels_[i]);
+    }
+    dc.DrawText(10, top - th - 2, 3, "Deg");
+    // "Date" shares the line of the time labels; a label that would run into it is left out.
+    dc.DrawText(10, bottom + th, 4, "Date");
+    const int free_from = 10 + dc.TextWidth("Date") + 8;
+    for (int i = 0; i < time_ticks_.count; ++i) {
+        const int x = time_ticks_.pixels[i];
+        dc.DrawLine(x, bottom, x, bottom + 4);
+        const int label_x = x - dc.TextWidth(time_labels_[i]) / 2;
+        if (label_x >= free_from)
+            dc.DrawText(label_x, bottom + th, time_labels_[i].size(), time_labels_[i]);
+    }
+    std::vector<int> xs(columns_.size()), ys(columns_.size());
+    auto curve = [&](bool star, Colour colour) {
+        for (size_t k = 0; k < columns_.size(); ++k) {
+            xs[k] = columns_[k].x;
+            ys[k] = alt_map_.Pixel(star ? columns_[k].star_altitude : columns_[k].sun_altitude);
+        }
+        dc.SetPenColour(colour);
+        dc.DrawPolyline(xs.size(), xs.data(), ys.data());
+    };
+    if (has_star_) curve(true, style.axis);
+    if (has_sun_) curve(false, kSunAltitudeColour);
+}
+
+std::string PredictionTimeLabel(double jd) {
+    if (!kurvalux_data::IsJulianDateInRange(jd)) return {};
+    // Whole seconds (a thousandth of a second of rounding noise is forgiven).
+    const double seconds = std::floor((jd - 2440587.5) * 86400.0 + 0.001);
+    const std::time_t t = static_cast<std::time_t>(seconds);
+    std::tm tm{};
+    if (!localtime_r(&t, &tm)) return {};
+    int minute = tm.tm_min;
+    if (tm.tm_sec >= 30 && minute < 59) ++minute;
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d", tm.tm_year + 1900, tm.tm_mon + 1,
+                  tm.tm_mday, tm.tm_hour, minute);
+    return text;
 }
 
 }  // namespace kurvalux_lc

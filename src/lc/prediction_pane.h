@@ -3,9 +3,11 @@
 // over a stretch of future time, over bands that mark day, twilight and night at the site,
 // with the curve coloured where the star is high enough and the sky dark enough.
 //
-// Built in this order: Layout (the chart of the base pane over the time axis), Refill (one
-// column every 2 pixels: model value, star and Sun altitude, Sun class, stripes), Paint.
-// Not yet here: the lower plot of the two altitude curves with its own axis.
+// The upper two thirds hold the chart of the base pane over the time axis with the predicted
+// curve; the lower third the altitudes of the star and the Sun in degrees. Layout fills one
+// column every 2 pixels (model value, star and Sun altitude, Sun class, bands) and fits the
+// magnitude axis to the model; Paint draws the bands, the chart, the curve and the altitudes.
+#include <string>
 #include <vector>
 
 #include "data/light_curve_parameters.h"
@@ -20,6 +22,16 @@ constexpr Colour kUnobservableColour = kurvalux_platform::MakeColour(192, 192, 1
 
 // The unset value of the altitude range.
 constexpr double kUnsetAltitude = 91.0;
+
+// Pen of the Sun's altitude curve (the star's is the axis colour).
+constexpr Colour kSunAltitudeColour = kurvalux_platform::MakeColour(255, 160, 0);
+// The reference line of the altitude plot, at the horizon.
+constexpr Colour kHorizonColour = kurvalux_platform::MakeColour(216, 216, 216);
+
+// A tick label of the time axis: local date and time "YYYY-MM-DD HH:MM", the minutes rounded
+// up when the seconds are 30 or more and the minutes below 59 (so a label never rolls over
+// into the next hour); empty outside the range of Julian Dates.
+std::string PredictionTimeLabel(double jd);
 
 // Classes of the Sun's altitude: 0 night (≤ −18°), 1 astronomical twilight (≤ −12°),
 // 2 nautical (≤ −6°), 3 civil (≤ 0°), 4 day; and their band colours (no band for night, ever
@@ -50,11 +62,17 @@ public:
     // "StarAlt", "SunAlt" and the two switches of the colouring criteria.
     void SetCriteria(double star_alt, double sun_alt, bool use_star, bool use_sun);
 
-    // Lays out the chart over the axis, fills the columns, fits the Y axis to the model's
-    // range and lays out once more for it.
+    // Lays out the chart over the axis (the pane's own: `start` and `end` are not used) after
+    // SetAxis and the other inputs.
     void Build();
-    // The columns from the current layout.
-    void Refill();
+    void Layout(double start, double end, bool fit_y_to_visible, bool include_error_bars) override;
+
+    // The lower plot after layout: its frame, altitude axis and time ticks.
+    const CRect& AltitudeFrame() const { return alt_frame_; }
+    const AxisMapping& AltitudeMapping() const { return alt_map_; }
+    const TickLayout& AltitudeTicks() const { return alt_ticks_; }
+    const TickLayout& TimeTicks() const { return time_ticks_; }
+    const std::vector<std::string>& TimeLabels() const { return time_labels_; }
 
     const std::vector<Column>& Columns() const { return columns_; }
     const std::vector<CStripeListElem>& Stripes() const { return stripes_; }
@@ -68,10 +86,17 @@ public:
     // The pen of column k's curve segment under the criteria.
     Colour ColumnColour(size_t k) const;
 
-    // Stripes, the chart, then the predicted curve.
-    void PaintPrediction(CDrawContext& dc);
+protected:
+    // The bands under everything; the curve and the altitude plot over the chart.
+    void PaintUnderlay(CDrawContext& dc) override;
+    void PaintOnTop(CDrawContext& dc) override;
 
 private:
+    void Refill();
+    void LayoutAltitudePlot(const CRect& full);
+    void PaintCurve(CDrawContext& dc);
+    void PaintAltitudePlot(CDrawContext& dc);
+
     double left_ = 0, right_ = 0;
     double m0_ = 0, period_ = 0;
     kurvalux_data::LightCurveParameters parameters_ = kurvalux_data::kDefaultLightCurveParameters;
@@ -86,6 +111,12 @@ private:
     bool has_curve_ = false, has_star_ = false, has_sun_ = false;
     double model_min_ = 0, model_max_ = 0;
     double alt_min_ = kUnsetAltitude, alt_max_ = kUnsetAltitude;
+
+    CRect alt_frame_;
+    AxisMapping alt_map_;
+    TickLayout alt_ticks_, time_ticks_;
+    std::vector<std::string> alt_labels_, time_labels_;
+    AxisMapping time_map_;
 };
 
 }  // namespace kurvalux_lc

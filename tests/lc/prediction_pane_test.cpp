@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,16 @@ namespace kurvalux_lc {
 namespace {
 
 constexpr double kDegree = 3.14159265358979323846 / 180.0;
+
+// Index of the first text call at x = 10 writing `text`, or -1.
+int FindCaption(const CRecordingContext& dc, const std::string& text) {
+    const auto& calls = dc.Calls();
+    for (size_t i = 0; i < calls.size(); ++i)
+        if (calls[i].rfind("text 10 ", 0) == 0 && calls[i].size() > text.size() &&
+            calls[i].compare(calls[i].size() - text.size() - 1, std::string::npos, " " + text) == 0)
+            return int(i);
+    return -1;
+}
 
 // An Algol-like binary at R.A. 5h34.5m, Dec. +22°, three days from 2025 October 22, 0h UT, seen
 // from 15° E, 50° N on a 600 × 400 pane.
@@ -137,9 +149,12 @@ TEST(PredictionPane, WhatEachInputLeavesOut) {
             EXPECT_EQ(pane.AltitudeMinimum(), kUnsetAltitude);
             EXPECT_EQ(pane.AltitudeMaximum(), kUnsetAltitude);
         }
+        // The curve's runs, then the star's and the Sun's altitudes.
         CRecordingContext dc;
-        pane.PaintPrediction(dc);
-        EXPECT_EQ(dc.CallsOf("polyline").empty(), !c.curve);
+        pane.Paint(dc);
+        const size_t polylines = dc.CallsOf("polyline").size();
+        EXPECT_EQ(polylines == 2u, !c.curve);
+        EXPECT_EQ(FindCaption(dc, "Deg") >= 0, c.altitudes);
     }
 }
 
@@ -205,7 +220,7 @@ TEST(PredictionPane, PaintingOrder) {
     CPredictionPane pane;
     SetUpAlgol(pane);
     CRecordingContext dc;
-    pane.PaintPrediction(dc);
+    pane.Paint(dc);
     const auto& calls = dc.Calls();
     ASSERT_GE(calls.size(), 3u);
     EXPECT_EQ(calls[0], "fill 255,255,255");
@@ -227,10 +242,14 @@ TEST(PredictionPane, PaintingOrder) {
     }
     EXPECT_LT(last_rect, first_axis);
     EXPECT_GT(first_polyline, first_axis);
-    // The runs cover every column once, each starting where the previous ended.
+    // The runs cover every column once, each starting where the previous ended; then comes
+    // the altitude plot.
+    const int deg = FindCaption(dc, "Deg");
+    ASSERT_GT(deg, first_polyline);
     size_t points = 0, runs = 0;
-    for (const std::string& call : dc.CallsOf("polyline")) {
-        points += std::stoul(call.substr(9));
+    for (int i = first_polyline; i < deg; ++i) {
+        if (calls[i].rfind("polyline ", 0) != 0) continue;
+        points += std::stoul(calls[i].substr(9));
         ++runs;
     }
     EXPECT_EQ(points, pane.Columns().size() + runs - 1);
@@ -238,6 +257,87 @@ TEST(PredictionPane, PaintingOrder) {
     const auto pens = dc.CallsOf("pen");
     EXPECT_NE(std::find(pens.begin(), pens.end(), "pen 31,63,255"), pens.end());
     EXPECT_NE(std::find(pens.begin(), pens.end(), "pen 192,192,192"), pens.end());
+}
+
+// The lower plot: a frame under the chart's plot, the altitude axis in degrees, the horizon in
+// grey, "Deg" and "Date", local-time labels, then the star's and the Sun's curves.
+TEST(PredictionPane, AltitudePlot) {
+    CPredictionPane pane;
+    SetUpAlgol(pane);
+    pane.SetRect({0, 0, 800, 600});
+    pane.Build();
+    CRecordingContext dc;
+    pane.Paint(dc);
+    const CRect& frame = pane.AltitudeFrame();
+    EXPECT_EQ(frame.left, pane.Plot().left);
+    EXPECT_EQ(frame.width, pane.Plot().width);
+    EXPECT_GT(frame.top, pane.Plot().Bottom());
+    EXPECT_LT(frame.Bottom(), 600);
+    // Altitudes from about −56° to +62° (the Sun at night, the star at culmination): steps of
+    // 2, 5 or 10 · 10^k at least 30 pixels apart.
+    const TickLayout& ticks = pane.AltitudeTicks();
+    ASSERT_GT(ticks.count, 1);
+    EXPECT_TRUE(ticks.step == 20 || ticks.step == 50 || ticks.step == 10) << ticks.step;
+    EXPECT_GE(ticks.pixels[0] - ticks.pixels[1], 30);  // higher values upward
+    const int horizon = pane.AltitudeMapping().Pixel(0);
+    const int line = dc.Find("line " + std::to_string(frame.left) + " " + std::to_string(horizon) +
+                             " " + std::to_string(frame.Right()) + " " + std::to_string(horizon));
+    ASSERT_GT(line, 0);
+    EXPECT_EQ(dc.Calls()[line - 1], "pen 216,216,216");
+    EXPECT_LT(line, FindCaption(dc, "Deg"));
+    EXPECT_GE(FindCaption(dc, "Date"), 0);
+    ASSERT_GT(pane.TimeTicks().count, 0);
+    EXPECT_EQ(pane.TimeLabels()[0], PredictionTimeLabel(pane.TimeTicks().values[0]));
+    // The last two polylines: the star (axis colour), then the Sun.
+    const auto polylines = dc.CallsOf("polyline");
+    ASSERT_GE(polylines.size(), 2u);
+    const auto& columns = pane.Columns();
+    const std::string star = polylines[polylines.size() - 2];
+    const std::string first_point =
+        std::to_string(columns[0].x) + "," +
+        std::to_string(pane.AltitudeMapping().Pixel(columns[0].star_altitude));
+    EXPECT_EQ(star.substr(0, star.find(' ', 9 + 1) + 1 + first_point.size()),
+              "polyline " + std::to_string(columns.size()) + " " + first_point);
+    const auto pens = dc.CallsOf("pen");
+    EXPECT_EQ(pens.back(), "pen 255,160,0");
+
+    // No site: no altitudes and no lower plot.
+    pane.SetSite(15, 0);
+    pane.Build();
+    CRecordingContext bare;
+    pane.Paint(bare);
+    EXPECT_EQ(pane.AltitudeFrame().width, 0);
+    EXPECT_LT(FindCaption(bare, "Deg"), 0);
+}
+
+// Minutes rounded up from 30 seconds on, but never past 59.
+TEST(PredictionPane, TimeLabels) {
+    const char* tz = std::getenv("TZ");
+    const std::string old = tz ? tz : "";
+    setenv("TZ", "UTC", 1);
+    tzset();
+    const double midnight = 2460970.5;  // 2025-10-22 0h UT
+    struct Case {
+        double seconds;
+        const char* label;
+    };
+    const Case cases[] = {
+        {0, "2025-10-22 00:00"},
+        {29, "2025-10-22 00:00"},
+        {30, "2025-10-22 00:01"},
+        {58 * 60 + 30, "2025-10-22 00:59"},
+        {59 * 60 + 29, "2025-10-22 00:59"},
+        {59 * 60 + 45, "2025-10-22 00:59"},
+        {23 * 3600 + 59 * 60 + 59, "2025-10-22 23:59"},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(PredictionTimeLabel(midnight + c.seconds / 86400.0), c.label) << c.seconds;
+    EXPECT_EQ(PredictionTimeLabel(-1.0), "");
+    if (tz)
+        setenv("TZ", old.c_str(), 1);
+    else
+        unsetenv("TZ");
+    tzset();
 }
 
 }  // namespace
