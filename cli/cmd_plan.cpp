@@ -1,6 +1,7 @@
 // The night planner from the command line: plan lists the minima of every object of the field
 // in the coming nights with the altitudes of the star, the Sun and the Moon, and writes them
 // as a table or as calendar events.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <sstream>
@@ -53,7 +54,7 @@ int Plan(const Args& args) {
     kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
     PlannerOptions options;
     options.start = JulianDateNow();
-    options.nights = static_cast<int>(settings.prediction_days + 0.5);
+    options.nights = static_cast<int>(std::clamp(settings.prediction_days, 1.0, 366.0) + 0.5);
     options.site = {settings.longitude, settings.latitude};
     options.star_alt = settings.star_alt;
     options.sun_alt = settings.sun_alt;

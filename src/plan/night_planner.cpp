@@ -17,6 +17,7 @@ namespace {
 
 constexpr double kSiderealDegreesPerDay = 360.985647;
 constexpr double kDegreesPerRadian = 57.29577951308232;
+constexpr double kMaxCyclesPerObject = 1e6;
 
 // The planner's secondary phase: a zero phase would put the secondary onto the primary, so
 // it counts as unset like a missing model.
@@ -50,6 +51,8 @@ void PlanObject(size_t index, const PlannerObject& object, const PlannerOptions&
     // minimum whose geocentric time is in the span.
     const double first_n = std::floor((options.start - 0.01 - object.m0) / object.period) - 1;
     const double last_n = std::ceil((span_end + 0.01 - object.m0) / object.period) + 1;
+    // A period so short that the span holds millions of cycles is no eclipsing binary to plan.
+    if (!(last_n - first_n < kMaxCyclesPerObject)) return;
     const double phases[2] = {0.0, SecondaryPhase(object.sec_phase)};
     for (double n = first_n; n <= last_n; ++n) {
         for (int k = 0; k < 2; ++k) {

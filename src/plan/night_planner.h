@@ -73,7 +73,8 @@ struct PlannedMinimum {
 };
 
 // Every minimum of every object whose time on the Earth falls in the span, in time order
-// (objects in their order for equal times).
+// (objects in their order for equal times). An object whose period puts a million cycles or
+// more into the span is left out.
 std::vector<PlannedMinimum> PlanMinima(const std::vector<PlannerObject>& objects,
                                        const PlannerOptions& options);
 

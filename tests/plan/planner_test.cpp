@@ -249,6 +249,19 @@ TEST(NightPlanner, SecondariesAndOrder) {
     for (size_t i = 0; i < minima.size(); ++i) EXPECT_EQ(parallel[i].hjd, minima[i].hjd);
 }
 
+// A period that would put a million cycles into the span plans nothing; a short one every
+// minimum: 2 days / 0.015625 d = 128 cycles, none near the span's ends (the example's instant
+// lies 19.6 cycles after the start).
+TEST(NightPlanner, ShortPeriods) {
+    PlannerObject object = BinaryAtExampleInstant();
+    object.period = 1.0 / 1000000;  // two million cycles
+    PlannerOptions options = NightOf1987April10();
+    options.nights = 2;
+    EXPECT_TRUE(PlanMinima({object}, options).empty());
+    object.period = 0.015625;
+    EXPECT_EQ(PlanMinima({object}, options).size(), 2u * 128u);
+}
+
 class PlanTexts : public ::testing::Test {
 protected:
     void SetUp() override {
