@@ -51,6 +51,10 @@ std::string CsvTable(const std::vector<OCEntry>& table) {
 }
 
 int OC(const Args& args) {
+    if (args.Flag("apply") && args.Flag("quadratic")) {
+        std::fprintf(stderr, "--apply stores a linear ephemeris; leave out --quadratic\n");
+        return 2;
+    }
     kurvalux_data::Field field;
     if (!LoadFieldArgument(args, field)) return 1;
     kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
@@ -86,6 +90,14 @@ int OC(const Args& args) {
         std::fprintf(stderr, "%s\n", fit.message.c_str());
         return 1;
     }
+    if (args.Flag("apply")) {
+        ApplyEphemeris(fit, *object);
+        if (!SaveFieldArgument(args, field)) return 1;
+        std::printf("applied M0 %s period %s (saved copy M0 %s period %s kept)\n",
+                    FormatNumber(object->m0).c_str(), FormatNumber(object->period).c_str(),
+                    FormatNumber(object->saved_m0).c_str(),
+                    FormatNumber(object->saved_period).c_str());
+    }
     return 0;
 }
 
@@ -96,6 +108,9 @@ const CommandRegistrar kOC(
     &OC,
     {FieldArgument(), ObjectOption(),
      Flag("quadratic", "also fit a quadratic term (a steadily changing period)"),
+     Flag("apply",
+          "make the fitted M0 and period the object's and save the field (the saved copy of "
+          "the ephemeris is kept)"),
      Text("csv", "OUT", "write the O-C table (cycle, type, time, error, O-C, residual) to OUT"),
      RootOption()});
 

@@ -205,6 +205,13 @@ EphemerisFitResult FitEphemeris(std::vector<OCEntry>& table, double m0, double p
     return result;
 }
 
+bool ApplyEphemeris(const EphemerisFitResult& fit, kurvalux_data::CObjectListElem& object) {
+    if (!fit.ok || fit.parameters != 2) return false;
+    object.m0 = fit.m0;
+    object.period = fit.period;
+    return true;
+}
+
 PredictedTime PredictMinimum(const EphemerisFitResult& fit, double n) {
     PredictedTime predicted;
     predicted.time = fit.m0 + fit.period * n + fit.quadratic * n * n;

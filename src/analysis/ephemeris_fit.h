@@ -80,6 +80,12 @@ struct EphemerisFitResult {
 EphemerisFitResult FitEphemeris(std::vector<OCEntry>& table, double m0, double period,
                                 const EphemerisFitOptions& options);
 
+// "Apply ephemeris": the fitted linear ephemeris becomes the object's M0 and period; the saved
+// copy of the ephemeris stays as it was, so the previous values can still be restored. False
+// (and nothing changed) for a failed fit or one with a quadratic term, whose M0 and P describe
+// cycle 0 only.
+bool ApplyEphemeris(const EphemerisFitResult& fit, kurvalux_data::CObjectListElem& object);
+
 // The time of the minimum of fitted cycle n (E, or E + 1/2 for a secondary) by the fitted
 // ephemeris, and its standard error from the parameters' covariance.
 struct PredictedTime {

@@ -67,6 +67,27 @@ TEST(EphemerisFit, ThreePrimariesWorkedByHand) {
     EXPECT_NEAR(at2.error, std::sqrt(125e-6), 1e-12);
 }
 
+// Applying keeps the saved copy; a quadratic or failed fit changes nothing.
+TEST(EphemerisFit, ApplyEphemeris) {
+    const std::vector<CMinimaListElem> minima = {Minimum(kMinimumPrimary, 103.99, 0.001),
+                                                 Minimum(kMinimumPrimary, 100.0, 0.001),
+                                                 Minimum(kMinimumPrimary, 102.01, 0.001)};
+    kurvalux_data::CObjectListElem object;
+    object.m0 = object.saved_m0 = 100.0;
+    object.period = object.saved_period = 2.0;
+    std::vector<OCEntry> table = MakeOCTable(minima, 100.0, 2.0);
+    EphemerisFitOptions quadratic;
+    quadratic.quadratic = true;
+    EXPECT_FALSE(ApplyEphemeris(FitEphemeris(table, 100.0, 2.0, quadratic), object));
+    EXPECT_FALSE(ApplyEphemeris(EphemerisFitResult{}, object));
+    EXPECT_EQ(object.m0, 100.0);
+    ASSERT_TRUE(ApplyEphemeris(FitEphemeris(table, 100.0, 2.0, {}), object));
+    EXPECT_NEAR(object.m0, 100.005, 1e-11);
+    EXPECT_NEAR(object.period, 1.995, 1e-12);
+    EXPECT_EQ(object.saved_m0, 100.0);
+    EXPECT_EQ(object.saved_period, 2.0);
+}
+
 // Errors are never shrunk: with chi2/dof below 1 they stay those of the weights.
 TEST(EphemerisFit, SmallScatterLeavesErrorsUnscaled) {
     const std::vector<CMinimaListElem> minima = {Minimum(kMinimumPrimary, 100.0, 0.1),

@@ -156,7 +156,7 @@ const std::map<std::string, std::vector<std::string>> kOptions = {
      {"FIELD.kvf", "--object", "--series", "--from", "--to", "--start", "--fixed", "--bootstrap",
       "--processors", "--seed", "--root"}},
     {"fit-phase", {"FIELD.kvf", "--object", "--free", "--save", "--root"}},
-    {"oc", {"FIELD.kvf", "--object", "--quadratic", "--csv", "--root"}},
+    {"oc", {"FIELD.kvf", "--object", "--quadratic", "--csv", "--apply", "--root"}},
     {"period-minima",
      {"FIELD.kvf", "--object", "--pmin", "--limit", "--secondary-phase", "--threads", "--root"}},
     {"periodogram",

@@ -1,7 +1,10 @@
 // kurvalux-cli oc and plan, run as a user would, on the example field.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -55,6 +58,48 @@ TEST(CliOC, Refusals) {
     run = RunCli({"oc", kDemo, "--root", kRoot});
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.ErrLine(0), "--object is required");
+}
+
+// --apply on the eight NSVS 896797 minima of the test data, given the list's ephemeris: the
+// fitted M0 and period are stored, the saved copy keeps the old ones.
+TEST(CliOC, ApplySavesTheFittedEphemeris) {
+    TempFolder folder;
+    const std::string data = std::string(KURVALUX_TEST_DATA_DIR) + "/real/";
+    std::ifstream in(data + "nsvs896797-tess-8minima-typed.kvf", std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(in)), {});
+    const std::string m0 = "\t\tm0 = 0\r\n", period = "\t\tperiod = 0\r\n";
+    ASSERT_NE(text.find(m0), std::string::npos);
+    text.replace(text.find(m0), m0.size(), "\t\tm0 = 2457143.761878\r\n");
+    // The object's block names its period twice (the ephemeris and the period box).
+    for (int i = 0; i < 2; ++i)
+        text.replace(text.find(period), period.size(), "\t\tperiod = 0.312969992\r\n");
+    folder.Write("f.kvf", text);
+    std::ifstream placeholder(data + "nsvs896797-minima-placeholder.txt", std::ios::binary);
+    folder.Write("nsvs896797-minima-placeholder.txt",
+                 std::string((std::istreambuf_iterator<char>(placeholder)), {}));
+    const std::string field = folder.Path() + "f.kvf";
+    CliRun run = RunCli({"oc", field, "--object", "NSVS 896797", "--apply", "--root", "/none"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    // Eight minima of one night, 3.5 cycles: M0 carried back 5400 cycles is poorly known, but
+    // it is what the fit gave, and what is stored.
+    const std::vector<std::string> lines = Lines(run.out);
+    ASSERT_GE(lines.size(), 5u);
+    const std::string fitted_m0 = lines[3].substr(3, lines[3].find(" +-") - 3);
+    const std::string fitted_period = lines[4].substr(7, lines[4].find(" +-") - 7);
+    EXPECT_EQ(lines.back(), "applied M0 " + fitted_m0 + " period " + fitted_period +
+                                " (saved copy M0 2457143.76188 period 0.312969992 kept)");
+    // Read back (the field keeps six decimals of the period).
+    run = RunCli({"oc", field, "--object", "NSVS 896797", "--root", "/none"});
+    ASSERT_EQ(run.status, 0) << run.err;
+    double stored_m0 = 0, stored_period = 0;
+    ASSERT_EQ(std::sscanf(Lines(run.out)[1].c_str(), "ephemeris M0 %lf period %lf", &stored_m0,
+                          &stored_period),
+              2);
+    EXPECT_NEAR(stored_m0, std::stod(fitted_m0), 1e-5);
+    EXPECT_NEAR(stored_period, std::stod(fitted_period), 1e-6);
+    run = RunCli({"oc", field, "--object", "NSVS 896797", "--apply", "--quadratic"});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.ErrLine(0), "--apply stores a linear ephemeris; leave out --quadratic");
 }
 
 class CliPlan : public ::testing::Test {
