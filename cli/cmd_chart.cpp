@@ -1,5 +1,6 @@
 // kurvalux-cli chart: draws one chart of an object (time series, compressed series, phased
 // curve, phased curve with the model fit, one minimum) into an SVG or raster image file.
+#include <chrono>
 #include <cstdio>
 #include <string>
 
@@ -8,6 +9,7 @@
 #include "cli/cli.h"
 #include "data/settings.h"
 #include "lc/chart_views.h"
+#include "lc/prediction_pane.h"
 #include "platform/text.h"
 
 #ifdef KURVALUX_HAVE_IMG
@@ -32,10 +34,104 @@ bool EndsWithSvg(const std::string& path) {
     return kurvalux_platform::ToUpperAscii(path.substr(path.size() - 4)) == ".SVG";
 }
 
+double JulianDateNow() {
+    using namespace std::chrono;
+    return 2440587.5 + duration<double>(system_clock::now().time_since_epoch()).count() / 86400.0;
+}
+
+// Writes the pane to `out` as SVG or, with the Qt build, as a raster image.
+bool ExportPane(kurvalux_lc::CLightCurvePane& pane, const std::string& out, long width, long height,
+                long dpi, const std::string& title) {
+    if (EndsWithSvg(out))
+        return pane.ExportSvg(out, static_cast<int>(width), static_cast<int>(height), title,
+                              Messages());
+#ifdef KURVALUX_HAVE_IMG
+    return kurvalux_img::ExportRasterByExtension(pane, out, static_cast<int>(width),
+                                                 static_cast<int>(height), title, Messages(),
+                                                 static_cast<int>(dpi));
+#else
+    (void)dpi;
+    std::fprintf(stderr, "Raster images need the Qt build of kurvalux-cli; use .svg\n");
+    return false;
+#endif
+}
+
+// The prediction chart: the object's predicted light curve from --start over --days days at
+// the site, with the day and twilight bands and the altitudes of the star and the Sun.
+int PredictionChart(const Args& args, const kurvalux_data::Settings& settings, long width,
+                    long height, long dpi) {
+    double start = JulianDateNow(), days = settings.prediction_days;
+    double longitude = settings.longitude, latitude = settings.latitude;
+    if (args.Has("start")) {
+        auto value = args.Number("start");
+        if (!value) return 2;
+        start = *value;
+    }
+    if (args.Has("days")) {
+        auto value = args.Number("days");
+        if (!value) return 2;
+        days = *value;
+    }
+    if (!(days > 0 && days <= 366)) {
+        std::fprintf(stderr, "--days needs a length above 0 and at most 366\n");
+        return 2;
+    }
+    if (args.Has("site")) {
+        const std::string text = args.Get("site");
+        const size_t comma = text.find(',');
+        if (comma == std::string::npos || !ReadNumber(text.substr(0, comma), longitude) ||
+            !ReadNumber(text.substr(comma + 1), latitude) || longitude < -180 || longitude > 360 ||
+            latitude < -90 || latitude > 90) {
+            std::fprintf(stderr,
+                         "--site needs LON,LAT: east longitude and latitude in degrees, e.g. "
+                         "15.5,49.2\n");
+            return 2;
+        }
+    }
+    kurvalux_data::Field field;
+    if (!LoadFieldArgument(args, field)) return 1;
+    kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
+    if (!object) return 1;
+    double ra = -1, dec = 91;
+    object->Coordinates(ra, dec);
+    kurvalux_lc::CPredictionPane pane;
+    pane.SetAxis(start, start + days);
+    pane.SetEphemeris(object->m0, object->period);
+    pane.SetModel(object->fit, true);
+    pane.SetPosition(ra, dec);
+    pane.SetSite(longitude, latitude);
+    pane.SetCriteria(settings.star_alt, settings.sun_alt, settings.show_star_alt,
+                     settings.show_sun_alt);
+    pane.SetRect(kurvalux_lc::CRect{0, 0, static_cast<int>(width), static_cast<int>(height)});
+    pane.Build();
+    const std::string out = args.Get("out");
+    if (!ExportPane(pane, out, width, height, dpi, args.Get("title"))) return 1;
+    std::printf("view prediction\n");
+    std::printf("file %s\n", out.c_str());
+    std::printf("size %ld %ld\n", width, height);
+    std::printf("axis %s %s\n", FormatNumber(start).c_str(), FormatNumber(start + days).c_str());
+    std::printf("columns %zu\n", pane.Columns().size());
+    if (pane.HasCurve())
+        std::printf("model %s %s\n", FormatNumber(pane.ModelMinimum()).c_str(),
+                    FormatNumber(pane.ModelMaximum()).c_str());
+    else
+        std::printf("model none (no ephemeris)\n");
+    std::printf("bands %zu\n", pane.Stripes().size());
+    if (pane.AltitudeMinimum() != kurvalux_lc::kUnsetAltitude)
+        std::printf("altitudes %s %s\n", FormatNumber(pane.AltitudeMinimum()).c_str(),
+                    FormatNumber(pane.AltitudeMaximum()).c_str());
+    else
+        std::printf("altitudes none (no site)\n");
+    return 0;
+}
+
 int Chart(const Args& args) {
     kurvalux_lc::ChartRequest request;
-    if (!kurvalux_lc::ParseChartView(args.Get("view", "time"), request.view)) {
-        std::fprintf(stderr, "Unknown view \"%s\": time, compressed, phased, fit or minimum\n",
+    const bool prediction = args.Get("view") == "prediction";
+    if (!prediction && !kurvalux_lc::ParseChartView(args.Get("view", "time"), request.view)) {
+        std::fprintf(stderr,
+                     "Unknown view \"%s\": time, compressed, phased, fit, minimum or "
+                     "prediction\n",
                      args.Get("view").c_str());
         return 2;
     }
@@ -68,6 +164,11 @@ int Chart(const Args& args) {
             return 2;
         }
         dpi = *d;
+    }
+    if (prediction) return PredictionChart(args, settings, width, height, dpi);
+    if (args.Has("start") || args.Has("days") || args.Has("site")) {
+        std::fprintf(stderr, "--start, --days and --site belong to --view prediction\n");
+        return 2;
     }
     if (args.Has("series")) {
         auto k = args.Integer("series");
@@ -132,22 +233,7 @@ int Chart(const Args& args) {
     chart.pane->SetRect(
         kurvalux_lc::CRect{0, 0, static_cast<int>(width), static_cast<int>(height)});
     chart.Layout();
-    std::string title = args.Get("title");
-    bool ok;
-    if (EndsWithSvg(out)) {
-        ok = chart.pane->ExportSvg(out, static_cast<int>(width), static_cast<int>(height), title,
-                                   Messages());
-    } else {
-#ifdef KURVALUX_HAVE_IMG
-        ok = kurvalux_img::ExportRasterByExtension(*chart.pane, out, static_cast<int>(width),
-                                                   static_cast<int>(height), title, Messages(),
-                                                   static_cast<int>(dpi));
-#else
-        (void)dpi;
-        std::fprintf(stderr, "Raster images need the Qt build of kurvalux-cli; use .svg\n");
-        ok = false;
-#endif
-    }
+    const bool ok = ExportPane(*chart.pane, out, width, height, dpi, args.Get("title"));
     if (!ok) return 1;
     std::printf("view %s\n", kurvalux_lc::ChartViewName(request.view));
     std::printf("file %s\n", out.c_str());
@@ -175,8 +261,9 @@ int Chart(const Args& args) {
 
 const CommandRegistrar kChart(
     "chart", "Draws one chart of an object into an SVG or raster image file.", Chart,
-    {FieldArgument(), ObjectOption(),
-     Text("view", "time|compressed|phased|fit|minimum", "the chart (default time)"),
+    {FieldArgument(),
+     ObjectOption(),
+     Text("view", "time|compressed|phased|fit|minimum|prediction", "the chart (default time)"),
      Integer("series", "K", "the series to highlight, counted from 1 (the minimum view needs one)"),
      Number("from", "JD", "start of the time range shown (with --to)"),
      Number("to", "JD", "end of the time range shown (with --from)"),
@@ -190,7 +277,12 @@ const CommandRegistrar kChart(
      Flag("errors", "draw error bars"),
      Flag("unused-minima", "mark the timed minima that are not in use"),
      Flag("predicted", "mark the predicted minima"),
-     Flag("no-fit", "the minimum chart without its fitted model"), RootOption()});
+     Flag("no-fit", "the minimum chart without its fitted model"),
+     Number("start", "JD", "prediction: start of the time axis (default: now)"),
+     Number("days", "N", "prediction: length of the time axis in days (default: the settings')"),
+     Text("site", "LON,LAT",
+          "prediction: east longitude and latitude of the site (default: the settings')"),
+     RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

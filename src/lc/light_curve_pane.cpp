@@ -160,6 +160,8 @@ void CLightCurvePane::ComputeDataRange() {
 
 void CLightCurvePane::ExtendYRange(double&, double&) const {}
 void CLightCurvePane::PaintOverlay(CDrawContext&) {}
+void CLightCurvePane::PaintUnderlay(CDrawContext&) {}
+void CLightCurvePane::PaintOnTop(CDrawContext&) {}
 
 void CLightCurvePane::Relayout() {
     Layout(x_visible_lower_, x_visible_upper_, last_fit_y_, last_errors_);
@@ -296,6 +298,7 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
         dc.SetFillColour(style.background);
         dc.FillRectangle(0, 0, rect_.width, rect_.height);
     }
+    PaintUnderlay(dc);
     // 2. A plot no larger than its margins shows nothing but the title.
     if (plot_.width > 2 * m && plot_.height > 2 * m) {
         // 3. Axes.
@@ -385,6 +388,7 @@ void CLightCurvePane::Paint(CDrawContext& dc) {
         int width = dc.TextWidth(title_);
         dc.DrawText((rect_.width - width) / 2, 16, title_.size(), title_);
     }
+    PaintOnTop(dc);
 }
 
 namespace {

@@ -229,6 +229,10 @@ protected:
     // points (before the title).
     virtual void ExtendYRange(double& lower, double& upper) const;
     virtual void PaintOverlay(CDrawContext& dc);
+    // What a derived pane draws under the chart (right after the background) and over all of
+    // it (after the title).
+    virtual void PaintUnderlay(CDrawContext& dc);
+    virtual void PaintOnTop(CDrawContext& dc);
     CDrawContext& Metrics();
 
     std::vector<CChartPoint> points_;

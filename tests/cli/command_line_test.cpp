@@ -13,7 +13,8 @@ namespace {
 const std::string kField = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo/demo.kvf";
 const std::string kFitMinUsage =
     "usage: kurvalux-cli fit-min FIELD.kvf --object NAME --series K --from JD --to JD "
-    "[--start m0,t0,s,A,D,G,C] [--fixed NAMES] [--bootstrap] [--error-method case|block] [--processors N] [--seed S] "
+    "[--start m0,t0,s,A,D,G,C] [--fixed NAMES] [--bootstrap] [--error-method case|block] "
+    "[--processors N] [--seed S] "
     "[--root DIR]";
 const std::string kStatsUsage = "usage: kurvalux-cli stats FIELD.kvf [--short] [--root DIR]";
 
@@ -155,11 +156,15 @@ const std::map<std::string, std::vector<std::string>> kOptions = {
      {"FIELD.kvf", "--object", "--series", "--from", "--to", "--start", "--fixed", "--bootstrap",
       "--processors", "--seed", "--root"}},
     {"fit-phase", {"FIELD.kvf", "--object", "--free", "--save", "--root"}},
+    {"oc", {"FIELD.kvf", "--object", "--quadratic", "--csv", "--apply", "--root"}},
     {"period-minima",
      {"FIELD.kvf", "--object", "--pmin", "--limit", "--secondary-phase", "--threads", "--root"}},
     {"periodogram",
      {"FIELD.kvf", "--object", "--pmin", "--pmax", "--step", "--double", "--csv", "--harmonics",
       "--threads", "--kernel", "--root"}},
+    {"plan",
+     {"FIELD.kvf", "--start", "--nights", "--site", "--star-alt", "--sun-alt", "--duration",
+      "--objects", "--fit-ephemeris", "--csv", "--ics", "--root"}},
     {"save", {"IN.kvf", "OUT.kvf", "--root"}},
     {"stats", {"FIELD.kvf", "--short", "--root"}},
 };

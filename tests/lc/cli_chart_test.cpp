@@ -115,6 +115,34 @@ TEST_F(CliChart, EveryViewOfTheExampleField) {
     }
 }
 
+// Three days of the example's Algol from 2025 October 22, 0h UT, at 15° E, 50° N: the curve
+// spans mag0 to mag0 + a_pri; three nights give 8 Sun-class changes each; the lower plot's
+// curves follow the predicted one.
+TEST_F(CliChart, PredictionView) {
+    std::filesystem::path svg = folder / "prediction.svg";
+    CliRun run = RunCli(Field() +
+                        " --object \"KVX Demo Algol\" --view prediction --start 2460970.5 "
+                        "--days 3 --site 15,50 --out \"" +
+                        svg.string() + "\" --width 800 --height 600 --title \"A & B\"");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_EQ(run.out.substr(0, run.out.find('\n')), "view prediction");
+    EXPECT_NE(run.out.find("\naxis 2460970.5 2460973.5\n"), std::string::npos) << run.out;
+    EXPECT_NEAR(Value(run.out, "model"), 12.3, 0.01);
+    EXPECT_EQ(Value(run.out, "bands"), 25.0);
+    const std::string text = ReadFile(svg);
+    EXPECT_GE(Count(text, "<polyline "), 4u);  // the curve in runs, then the two altitudes
+    EXPECT_NE(text.find(">Deg</text>"), std::string::npos);
+    EXPECT_NE(text.find(">Date</text>"), std::string::npos);
+    EXPECT_NE(text.find(">2025-10-2"), std::string::npos);  // a local date on the time axis
+    // Without a site: the curve alone.
+    run = RunCli(Field() +
+                 " --object \"KVX Demo Algol\" --view prediction --start 2460970.5 --days 3 "
+                 "--site 15,0 --out \"" +
+                 svg.string() + "\"");
+    ASSERT_EQ(run.code, 0) << run.err;
+    EXPECT_NE(run.out.find("\nbands 0\naltitudes none (no site)\n"), std::string::npos) << run.out;
+}
+
 TEST_F(CliChart, RasterFileWhenBuiltWithQt) {
     std::filesystem::path png = folder / "time.png";
     CliRun run = RunCli(Field() + " --object WASP-12 --view phased --out \"" + png.string() +
@@ -139,7 +167,13 @@ TEST_F(CliChart, Refusals) {
     };
     const std::vector<Case> cases = {
         {Field() + " --object \"KVX Demo Algol\" --view side" + out, 2,
-         "Unknown view \"side\": time, compressed, phased, fit or minimum\n"},
+         "Unknown view \"side\": time, compressed, phased, fit, minimum or prediction\n"},
+        {Field() + " --object \"KVX Demo Algol\" --days 3" + out, 2,
+         "--start, --days and --site belong to --view prediction\n"},
+        {Field() + " --object \"KVX Demo Algol\" --view prediction --days 0" + out, 2,
+         "--days needs a length above 0 and at most 366\n"},
+        {Field() + " --object \"KVX Demo Algol\" --view prediction --site 15" + out, 2,
+         "--site needs LON,LAT: east longitude and latitude in degrees, e.g. 15.5,49.2\n"},
         {Field() + " --object \"KVX Demo Algol\" --view time", 2,
          "No output file: --out FILE.svg|.png|.jpg|.bmp|.tif\n"},
         {Field() + " --object \"KVX Demo Algol\" --width 0" + out, 2,
