@@ -7,6 +7,7 @@
 
 #include "cli/cli.h"
 #include "cli/repo_session.h"
+#include "cli/stdout_boxes.h"
 #include "data/settings.h"
 #include "platform/files.h"
 #include "platform/waiting_poster.h"
@@ -14,24 +15,6 @@
 
 namespace kurvalux_cli {
 namespace {
-
-using kurvalux_platform::MessageAnswer;
-using kurvalux_platform::MessageButtons;
-using kurvalux_platform::MessageIcon;
-
-// Boxes on standard output: the title, then each line. Counts the failure boxes.
-class CStdoutBoxes : public kurvalux_platform::CMessageBoxSink {
-public:
-    MessageAnswer Show(const std::string& title, const std::vector<std::string>& lines,
-                       MessageIcon icon, MessageButtons buttons) override {
-        std::printf("%s\n", title.c_str());
-        for (const std::string& line : lines) std::printf("%s\n", line.c_str());
-        std::fflush(stdout);
-        if (icon == MessageIcon::Error) ++failures;
-        return kurvalux_platform::DefaultAnswer(buttons, false);
-    }
-    int failures = 0;
-};
 
 struct RepoRun {
     kurvalux_data::Settings settings;

@@ -150,6 +150,7 @@ const std::vector<SettingKey>& Keys() {
         {"WebRepositoryPassword", KeyType::Text, 128, KX_FIELD(web_repository_password)},
         {"WebConnectTimeout", KeyType::Int, 0, KX_FIELD(web_connect_timeout)},
         {"WebTransferTimeout", KeyType::Int, 0, KX_FIELD(web_transfer_timeout)},
+        {"VSXServer", KeyType::Text, 259, KX_FIELD(vsx_server)},
         {"LastOpenPath", KeyType::Text, 259, KX_FIELD(last_open_path)},
         {"LastFitAndOffsetPath", KeyType::Text, 259, KX_FIELD(last_fit_and_offset_path)},
         {"LastExportPath", KeyType::Text, 259, KX_FIELD(last_export_path)},

@@ -14,6 +14,7 @@ namespace kurvalux_test {
 
 struct ReceivedRequest {
     std::string method, path, body;
+    std::string target;        // the path with its query, as sent
     httplib::Headers headers;  // names compared without case
     // The value of header `name`, "" when absent.
     std::string Header(const std::string& name) const {
@@ -48,7 +49,8 @@ public:
                                        httplib::Response& response) {
             {
                 std::lock_guard lock(mutex_);
-                requests_.push_back({request.method, request.path, request.body, request.headers});
+                requests_.push_back(
+                    {request.method, request.path, request.body, request.target, request.headers});
             }
             handler(request, response);
         };
