@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -29,6 +30,25 @@ public:
     using Handler = std::function<void(const httplib::Request&, httplib::Response&)>;
 
     CTestServer() {
+        // One route for everything, set before the server runs; the answers registered later
+        // are looked up under the lock (the server's own tables are not for changing while
+        // it serves).
+        auto dispatch = [this](const httplib::Request& request, httplib::Response& response) {
+            Handler handler;
+            {
+                std::lock_guard lock(mutex_);
+                requests_.push_back(
+                    {request.method, request.path, request.body, request.target, request.headers});
+                auto it = handlers_.find(request.path);
+                if (it != handlers_.end()) handler = it->second;
+            }
+            if (handler)
+                handler(request, response);
+            else
+                response.status = 404;
+        };
+        server_.Get(".*", dispatch);
+        server_.Post(".*", dispatch);
         port_ = server_.bind_to_any_port("127.0.0.1");
         thread_ = std::thread([this] { server_.listen_after_bind(); });
         while (!server_.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -43,19 +63,10 @@ public:
     std::string Host() const { return "127.0.0.1:" + std::to_string(port_); }
     std::string Url() const { return "http://" + Host(); }
 
-    // Answers GET and POST of `path`, after recording the request.
+    // Answers GET and POST of `path` (every request is recorded, answered or not).
     void On(const std::string& path, Handler handler) {
-        auto wrapped = [this, handler](const httplib::Request& request,
-                                       httplib::Response& response) {
-            {
-                std::lock_guard lock(mutex_);
-                requests_.push_back(
-                    {request.method, request.path, request.body, request.target, request.headers});
-            }
-            handler(request, response);
-        };
-        server_.Get(path, wrapped);
-        server_.Post(path, wrapped);
+        std::lock_guard lock(mutex_);
+        handlers_[path] = std::move(handler);
     }
     // Answers `path` with `status` and, unless empty, `body` as JSON.
     void Answer(const std::string& path, int status, const std::string& body) {
@@ -86,6 +97,7 @@ private:
     std::atomic<bool> release_{false};
     mutable std::mutex mutex_;
     std::vector<ReceivedRequest> requests_;
+    std::map<std::string, Handler> handlers_;
 };
 
 }  // namespace kurvalux_test
