@@ -151,6 +151,8 @@ const std::vector<SettingKey>& Keys() {
         {"WebConnectTimeout", KeyType::Int, 0, KX_FIELD(web_connect_timeout)},
         {"WebTransferTimeout", KeyType::Int, 0, KX_FIELD(web_transfer_timeout)},
         {"VSXServer", KeyType::Text, 259, KX_FIELD(vsx_server)},
+        {"VersionServer", KeyType::Text, 259, KX_FIELD(version_server)},
+        {"DownloadAddress", KeyType::Text, 259, KX_FIELD(download_address)},
         {"LastOpenPath", KeyType::Text, 259, KX_FIELD(last_open_path)},
         {"LastFitAndOffsetPath", KeyType::Text, 259, KX_FIELD(last_fit_and_offset_path)},
         {"LastExportPath", KeyType::Text, 259, KX_FIELD(last_export_path)},

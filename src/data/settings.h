@@ -55,6 +55,10 @@ struct Settings {
     int web_transfer_timeout = 60;
     // The variable-star catalogue's server; its list query is asked for below "/vsx/".
     std::string vsx_server = "https://www.aavso.org";  // 259
+    // Where "Check Version on Start" asks for the newest version ("/versions/kurvalux.txt"
+    // below it), and the download address the notification names.
+    std::string version_server = "https://www.kurvalux.org";              // 259
+    std::string download_address = "https://www.kurvalux.org/download/";  // 259
     std::string last_open_path, last_fit_and_offset_path, last_export_path;
     std::string last_chart_image_export_path, last_chart_svg_export_path;
     int export_image_width = 1200, export_image_depth = 800;

@@ -7,6 +7,7 @@
 #include <ifaddrs.h>
 #include <net/if.h>
 
+#include <algorithm>
 #include <mutex>
 
 namespace kurvalux_web {
@@ -23,6 +24,7 @@ bool IsLoopbackHost(std::string_view host) {
 
 struct Transfer {
     std::string* body = nullptr;
+    size_t limit = kMaxResponseBytes;
     bool connected = false;
     bool overflow = false;
 };
@@ -30,7 +32,7 @@ struct Transfer {
 size_t WriteBody(char* data, size_t size, size_t count, void* user) {
     auto* transfer = static_cast<Transfer*>(user);
     const size_t n = size * count;
-    if (transfer->body->size() + n > kMaxResponseBytes) {
+    if (transfer->body->size() + n > transfer->limit) {
         transfer->overflow = true;
         return 0;  // libcurl ends the transfer with CURLE_WRITE_ERROR
     }
@@ -72,7 +74,7 @@ bool NetworkUsable(std::string_view host) {
 //   the request body could not be sent                                        -> 6
 //   no status line: server closed at once, garbage reply, silent server       -> 7
 //   the body broke off (closed mid-body, silent mid-body, bad encoding,
-//   larger than kMaxResponseBytes)                                            -> 10
+//   longer than the request allows, at most kMaxResponseBytes)                -> 10
 //   anything else: 4 before the connection stood, 7 before a status, else 10
 int ResultCodeForCurl(int curl_code, bool connected, bool status_received) {
     const int otherwise = !connected         ? kWebNoConnection
@@ -149,9 +151,11 @@ std::string HostOfUrl(std::string_view url) {
     return std::string(url.substr(0, url.find(':')));
 }
 
-int PerformHttpRequest(const HttpRequest& request, std::string& response, long* status) {
+int PerformHttpRequest(const HttpRequest& request, std::string& response, long* status,
+                       int64_t* content_length) {
     response.clear();
     if (status) *status = 0;
+    if (content_length) *content_length = -1;
     const std::string host = HostOfUrl(request.url);
     if (!(request.probe ? request.probe(host) : NetworkUsable(host))) return kWebNoNetwork;
 
@@ -170,6 +174,7 @@ int PerformHttpRequest(const HttpRequest& request, std::string& response, long* 
 
     Transfer transfer;
     transfer.body = &response;
+    transfer.limit = std::min(request.max_body, kMaxResponseBytes);
     bool set = curl_easy_setopt(curl, CURLOPT_URL, request.url.c_str()) == CURLE_OK;
     set = set && curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK;
     set = set && curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L) == CURLE_OK;
@@ -204,6 +209,10 @@ int PerformHttpRequest(const HttpRequest& request, std::string& response, long* 
         long http_status = 0;
         curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &http_status);
         if (status) *status = http_status;
+        curl_off_t length = -1;
+        if (content_length &&
+            curl_easy_getinfo(curl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length) == CURLE_OK)
+            *content_length = length;
         code = ResultCodeForCurl(done, transfer.connected, http_status != 0);
         if (code == kWebOk && http_status != request.expected_status) code = kWebBadStatus;
     }

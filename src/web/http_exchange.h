@@ -46,11 +46,14 @@ struct HttpRequest {
     int connect_timeout = kDefaultConnectTimeout;    // seconds
     int transfer_timeout = kDefaultTransferTimeout;  // seconds of silence from the server
     NetworkProbe probe;                              // NetworkUsable when empty
+    size_t max_body = kMaxResponseBytes;             // a longer body is a read failure (code 10)
 };
 
 // Performs the exchange. Returns the result code and, on success, the body in `response`
-// (empty when the status was 204). `status` receives the HTTP status, 0 when none arrived.
-int PerformHttpRequest(const HttpRequest& request, std::string& response, long* status = nullptr);
+// (empty when the status was 204). `status` receives the HTTP status, 0 when none arrived;
+// `content_length` the length the server announced, -1 when it announced none.
+int PerformHttpRequest(const HttpRequest& request, std::string& response, long* status = nullptr,
+                       int64_t* content_length = nullptr);
 
 // The result code for a libcurl failure (a CURLcode), given whether the connection had been
 // made and whether a status line had arrived. Documented beside the table in the .cpp file.
