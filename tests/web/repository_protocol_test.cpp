@@ -254,6 +254,41 @@ TEST_F(WebClientTest, BrokenListAnswers) {
         EXPECT_EQ(n, std::make_pair(kNotifyObjectGroup, kNotifyListFailed));
 }
 
+// A hostile list: bytes that are not UTF-8, a name longer than its capacity, members of the
+// wrong kinds. Texts are cut at their capacities, wrong kinds are left out.
+TEST_F(WebClientTest, HostileListAnswerIsReadSafely) {
+    LogIn();
+    std::string answer;
+    server.On("/api/v1/list_objects", [&answer](const httplib::Request&, httplib::Response& r) {
+        r.set_content(answer, "application/json");
+    });
+    answer = "{\"status\":\"ok\",\"objects\":[{\"token\":\"\xff\xfe\xc3\",\"name\":\"" +
+             std::string(4000, 'n') +
+             "\",\"publisher\":7,\"contributors\":[1,\"ok\",{\"a\":1}],"
+             "\"m0\":\"2459000\",\"period\":[1]},17,\"text\"]}";
+    ASSERT_TRUE(web.ListObjects());
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_TRUE(boxes.Records().empty());
+    ASSERT_EQ(web.ObjectList().size(), 1u);
+    const CWebObjectListElem& e = web.ObjectList()[0];
+    EXPECT_EQ(e.token, "\xff\xfe\xc3");
+    EXPECT_EQ(e.name, std::string(63, 'n'));
+    EXPECT_EQ(e.publisher, "");
+    EXPECT_EQ(e.contributors, (std::vector<std::string>{"ok"}));
+    EXPECT_TRUE(std::isnan(e.m0));
+    EXPECT_TRUE(std::isnan(e.period));
+
+    // A 10 MB string: the reader stops at a value's 4095 bytes, so the parse fails right after
+    // them; the answer is refused whole and the list kept.
+    answer = "{\"status\":\"ok\",\"objects\":[{\"token\":\"B\",\"name\":\"" +
+             std::string(10 << 20, 'n') + "\"}]}";
+    ASSERT_TRUE(web.ListObjects());
+    EXPECT_EQ(Finish(), 0);
+    EXPECT_EQ(OnlyBox(), (Texts{"Web Repository Communication Error", "Expected , or }"}));
+    ASSERT_EQ(web.ObjectList().size(), 1u);
+    EXPECT_EQ(web.ObjectList()[0].token, "\xff\xfe\xc3");
+}
+
 TEST_F(WebClientTest, TransportFailureBoxes) {
     server.Silent("/api/v1/list_objects", std::chrono::seconds(10));
     web.SetTimeouts(5, 1);
