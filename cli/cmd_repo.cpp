@@ -48,6 +48,7 @@ bool Refuse(const std::string& text) {
 void Configure(const Args& args, RepoRun& run) {
     kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), run.settings);
     const bool has_session = LoadRepoSession(run.session);
+    const std::string session_server = run.session.server;
     std::string server = run.settings.web_repository_server;
     std::string base = run.settings.web_repository_path;
     if (args.Has("server")) {
@@ -65,7 +66,11 @@ void Configure(const Args& args, RepoRun& run) {
     run.web.SetTimeouts(run.settings.web_connect_timeout, run.settings.web_transfer_timeout);
     run.web.SetEncryptedPassword(run.settings.use_encrypted_password);
     run.web.SetCacheFolder(kurvalux_platform::SettingsFolder());
-    if (has_session) run.web.RestoreSession(run.session.web);
+    // The token belongs to the server that issued it: it is never sent to another one.
+    if (has_session && session_server == server)
+        run.web.RestoreSession(run.session.web);
+    else
+        run.session.web = {};
 }
 
 bool NeedSession(RepoRun& run) {

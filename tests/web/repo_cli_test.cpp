@@ -95,6 +95,12 @@ TEST_F(RepoCliTest, SessionLivesFromLoginToLogout) {
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "Change Repository Password Failed\nUnknown keyword: \nOK\n");
 
+    // Another server does not get this session's token.
+    CTestServer other;
+    run = RunCli({"repo", "list", "--server", other.Url() + "/kv/"});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(other.Requests().empty());
+
     run = RunCli({"repo", "logout"});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.out, "");
