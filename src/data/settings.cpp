@@ -5,6 +5,7 @@
 #include <cstring>
 #include <functional>
 
+#include "data/password_cipher.h"
 #include "platform/files.h"
 #include "platform/text.h"
 
@@ -147,6 +148,11 @@ const std::vector<SettingKey>& Keys() {
         {"WebRepositoryPath", KeyType::Text, 259, KX_FIELD(web_repository_path)},
         {"WebRepositoryUser", KeyType::Text, 63, KX_FIELD(web_repository_user)},
         {"WebRepositoryPassword", KeyType::Text, 128, KX_FIELD(web_repository_password)},
+        {"WebConnectTimeout", KeyType::Int, 0, KX_FIELD(web_connect_timeout)},
+        {"WebTransferTimeout", KeyType::Int, 0, KX_FIELD(web_transfer_timeout)},
+        {"VSXServer", KeyType::Text, 259, KX_FIELD(vsx_server)},
+        {"VersionServer", KeyType::Text, 259, KX_FIELD(version_server)},
+        {"DownloadAddress", KeyType::Text, 259, KX_FIELD(download_address)},
         {"LastOpenPath", KeyType::Text, 259, KX_FIELD(last_open_path)},
         {"LastFitAndOffsetPath", KeyType::Text, 259, KX_FIELD(last_fit_and_offset_path)},
         {"LastExportPath", KeyType::Text, 259, KX_FIELD(last_export_path)},
@@ -182,36 +188,6 @@ const std::vector<SettingKey>& Keys() {
     return keys;
 }
 #undef KX_FIELD
-
-// The stored password is protected by a keyed byte-wise XOR written as hexadecimal digits:
-// not strong encryption, but the file never shows the password in clear text.
-constexpr std::string_view kCipherKey = "KuRvaLuX-variable-star-photometry";
-
-std::string EncipherPassword(const std::string& plain) {
-    static const char* digits = "0123456789ABCDEF";
-    std::string out;
-    for (size_t i = 0; i < plain.size(); ++i) {
-        const unsigned char c = static_cast<unsigned char>(plain[i]) ^
-                                static_cast<unsigned char>(kCipherKey[i % kCipherKey.size()]);
-        out.push_back(digits[c >> 4]);
-        out.push_back(digits[c & 15]);
-    }
-    return out;
-}
-
-bool DecipherPassword(std::string_view hex, std::string& plain) {
-    if (hex.size() % 2) return false;
-    std::string out;
-    for (size_t i = 0; i < hex.size(); i += 2) {
-        unsigned value = 0;
-        auto r = std::from_chars(hex.data() + i, hex.data() + i + 2, value, 16);
-        if (r.ec != std::errc() || r.ptr != hex.data() + i + 2) return false;
-        out.push_back(static_cast<char>(
-            value ^ static_cast<unsigned char>(kCipherKey[(i / 2) % kCipherKey.size()])));
-    }
-    plain = out;
-    return true;
-}
 
 bool ParseInt(std::string_view text, int& value) {
     text = TrimBlanks(text);

@@ -47,6 +47,18 @@ struct Settings {
     std::string web_repository_path;      // 259
     std::string web_repository_user;      // 63
     std::string web_repository_password;  // 128, plain in memory
+    // Time-outs of every web request, in seconds: how long to wait for the connection to a
+    // server (name look-up, TCP and TLS hand-shake included), and how long a connected server
+    // may stay silent before the request is given up. A dead server thus ends a request after
+    // at most one of them instead of hanging its worker.
+    int web_connect_timeout = 15;
+    int web_transfer_timeout = 60;
+    // The variable-star catalogue's server; its list query is asked for below "/vsx/".
+    std::string vsx_server = "https://www.aavso.org";  // 259
+    // Where "Check Version on Start" asks for the newest version ("/versions/kurvalux.txt"
+    // below it), and the download address the notification names.
+    std::string version_server = "https://www.kurvalux.org";              // 259
+    std::string download_address = "https://www.kurvalux.org/download/";  // 259
     std::string last_open_path, last_fit_and_offset_path, last_export_path;
     std::string last_chart_image_export_path, last_chart_svg_export_path;
     int export_image_width = 1200, export_image_depth = 800;
