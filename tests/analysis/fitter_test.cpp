@@ -11,6 +11,7 @@
 
 #include "analysis/fitter.h"
 #include "analysis/nist_problems.h"
+#include "case_names.h"
 
 namespace {
 
@@ -58,6 +59,11 @@ struct StatusCase {
     int status;
     const char* text;
 };
+
+// The row as the test list shows it.
+void PrintTo(const StatusCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class StatusTable : public testing::TestWithParam<StatusCase> {};
 
@@ -147,7 +153,8 @@ INSTANTIATE_TEST_SUITE_P(
                        l.abort_at = 1;
                        return LeastSquaresFit(LineResiduals, 4, 2, p, nullptr, nullptr, &l, r);
                    },
-                   -7, "Unknown error"}));
+                   -7, "Unknown error"}),
+    RowDescription());
 
 TEST(Fitter, StatusTexts) {
     const std::vector<std::pair<int, const char*>> table = {
@@ -247,6 +254,11 @@ struct LimitRoundingCase {
     int status;  // > 0 stands for any usable fit
 };
 
+// The row as the test list shows it.
+void PrintTo(const LimitRoundingCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class LimitRoundingTable : public testing::TestWithParam<LimitRoundingCase> {};
 
 TEST_P(LimitRoundingTable, StartsOnTheLimitOrIsRefused) {
@@ -286,7 +298,8 @@ INSTANTIATE_TEST_SUITE_P(
                     LimitRoundingCase{"phase -0.25 two ulps below", -0.25, false, 2, false, 1},
                     LimitRoundingCase{"zero one denormal below", 0.0, false, 1, true, 1},
                     LimitRoundingCase{"zero five denormals below", 0.0, false, 5, false, -21},
-                    LimitRoundingCase{"a thousand ulps above", 1.5, true, 1000, false, -21}));
+                    LimitRoundingCase{"a thousand ulps above", 1.5, true, 1000, false, -21}),
+    RowDescription());
 
 TEST(Fitter, ParametersPushedOutwardStayPeggedOnTheirLimits) {
     // The data want a slope of 2; the slope is held in [-1, 1.5] and starts on the upper limit,
@@ -331,6 +344,11 @@ struct StepCase {
     int expected_calls;     // with maxiter < 0: start + Jacobian
 };
 
+// The row as the test list shows it.
+void PrintTo(const StepCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class StepTable : public testing::TestWithParam<StepCase> {};
 
 TEST_P(StepTable, FirstJacobianEvaluation) {
@@ -372,7 +390,8 @@ INSTANTIATE_TEST_SUITE_P(
                     StepCase{"forward would cross the upper limit", 2.0, 0.1, 0, 0, 1, 2.05, 1.9,
                              2},
                     StepCase{"two-sided", 2.0, 0.1, 0, 2, 0, 0, 2.1, 3},
-                    StepCase{"analytic: one call with derivatives", 2.0, 0.1, 0, 3, 0, 0, 2.0, 2}));
+                    StepCase{"analytic: one call with derivatives", 2.0, 0.1, 0, 3, 0, 0, 2.0, 2}),
+    RowDescription());
 
 TEST(Fitter, AnalyticDerivativesGiveTheSameFit) {
     Line numeric = MakeLine(1.0, 2.0), analytic = MakeLine(1.0, 2.0);

@@ -14,6 +14,7 @@
 #include "analysis/fit_points.h"
 #include "analysis/minimum_fit.h"
 #include "analysis/model_kernels.h"
+#include "case_names.h"
 #include "platform/system.h"
 
 namespace {
@@ -141,6 +142,11 @@ struct RefusalCase {
     std::vector<std::string> lines;
 };
 
+// The row as the test list shows it.
+void PrintTo(const RefusalCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class RefusalTable : public testing::TestWithParam<RefusalCase> {};
 
 TEST_P(RefusalTable, ExactMessage) {
@@ -191,7 +197,8 @@ INSTANTIATE_TEST_SUITE_P(
                     true,
                     true,
                     "Cannot Estimate Error",
-                    {"At last 7 points needed for fit.", "Series contains too little points."}}));
+                    {"At last 7 points needed for fit.", "Series contains too little points."}}),
+    RowDescription());
 
 TEST(MinimumFit, FailedFitReportsTheFitterText) {
     MinimumFitOptions o = Min200();

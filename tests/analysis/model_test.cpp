@@ -10,6 +10,7 @@
 #include "analysis/model.h"
 #include "analysis/model_kernels.h"
 #include "analysis/model_math.h"
+#include "case_names.h"
 #include "data/field.h"
 
 namespace {
@@ -41,6 +42,11 @@ struct ProfileCase {
     double a, d, g, c, phase, expected;
 };
 
+// The row as the test list shows it.
+void PrintTo(const ProfileCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class ProfileTable : public testing::TestWithParam<ProfileCase> {};
 
 TEST_P(ProfileTable, MatchesClosedForm) {
@@ -70,7 +76,8 @@ INSTANTIATE_TEST_SUITE_P(
         // The primary is seen from the end of the cycle: phase 1 - x is offset -x.
         ProfileCase{"upper branch wraps", 1.0, 0.1, 1.0, 0.0, 1.0 - 0.1 * kAsinh1, kInner},
         ProfileCase{"g = 0 gives no eclipse", 0.7, 0.1, 0.0, 0.0, 0.0, 0.0},
-        ProfileCase{"far wing is zero", 0.7, 0.01, 1.0, 0.0, 0.4, 0.0}));
+        ProfileCase{"far wing is zero", 0.7, 0.01, 1.0, 0.0, 0.4, 0.0}),
+    RowDescription());
 
 TEST(LightCurveModel, PhaseZeroIsMag0PlusPrimaryPlusSecondaryAtMinusSecPhase) {
     LightCurveParameters p = kurvalux_data::kDefaultLightCurveParameters;
@@ -357,6 +364,11 @@ struct PhaseCase {
     double t, m0, period, expected;
 };
 
+// The row as the test list shows it.
+void PrintTo(const PhaseCase& c, std::ostream* os) {
+    *os << "t " << c.t << ", M0 " << c.m0 << ", P " << c.period;
+}
+
 class PhaseTable : public testing::TestWithParam<PhaseCase> {};
 
 TEST_P(PhaseTable, FoldsIntoTheFirstCycle) {
@@ -373,13 +385,19 @@ INSTANTIATE_TEST_SUITE_P(
                     PhaseCase{98.0, 100.0, 2.0, 1.0},   // m0 - P gives 1
                     PhaseCase{99.5, 100.0, 2.0, 0.75}, PhaseCase{121.5, 100.0, 2.0, 0.75},
                     PhaseCase{102.5, 100.0, 2.0, 0.25}, PhaseCase{-1900.5, 100.0, 2.0, 0.75},
-                    PhaseCase{100.5, 100.0, 2.0, 0.25}));
+                    PhaseCase{100.5, 100.0, 2.0, 0.25}),
+    RowNumber());
 
 struct CycleCase {
     double t;
     uint32_t type;
     double cycle, oc;
 };
+
+// The row as the test list shows it.
+void PrintTo(const CycleCase& c, std::ostream* os) {
+    *os << "t " << c.t << ", type " << c.type;
+}
 
 class CycleTable : public testing::TestWithParam<CycleCase> {};
 
@@ -398,7 +416,8 @@ INSTANTIATE_TEST_SUITE_P(
                     // Secondary against m0 + P/2 = 101.
                     CycleCase{102.0, kurvalux_data::kMinimumSecondary, 1.0, -1.0},
                     CycleCase{100.0, kurvalux_data::kMinimumSecondary, -1.0, 1.0},
-                    CycleCase{105.5, kurvalux_data::kMinimumSecondary, 2.0, 0.5}));
+                    CycleCase{105.5, kurvalux_data::kMinimumSecondary, 2.0, 0.5}),
+    RowNumber());
 
 TEST(CircularMean, WrapsAroundPhaseZero) {
     auto r = kurvalux_analysis::CircularMean({0.95, 0.05});

@@ -14,6 +14,7 @@
 #include "analysis/model.h"
 #include "analysis/model_kernels.h"
 #include "analysis/phase_fit.h"
+#include "case_names.h"
 #include "data/field_file.h"
 
 namespace {
@@ -230,6 +231,11 @@ struct ValidationCase {
     std::string text;
 };
 
+// The row as the test list shows it.
+void PrintTo(const ValidationCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
 class ValidationTable : public testing::TestWithParam<ValidationCase> {};
 
 TEST_P(ValidationTable, RefusedUnderCannotFindMinima) {
@@ -264,7 +270,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ValidationCase{"secondary phase zero", 2450000.1, 0.8, 0.2, 0.0, 0.2, true,
                                    true, "Secondary phase udefined"},
                     ValidationCase{"secondary range zero", 2450000.1, 0.8, 0.2, 0.5, 0.0, false,
-                                   true, "Secondary Time Range udefined"}));
+                                   true, "Secondary Time Range udefined"}),
+    RowDescription());
 
 TEST(FitAllMinima, NoSeriesSelected) {
     auto object = Binary();

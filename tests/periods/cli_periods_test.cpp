@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "fielddata/temp_folder.h"
+
 namespace {
 
 struct CliRun {
@@ -24,8 +26,8 @@ std::string ReadFile(const std::string& path) {
 }
 
 CliRun RunCli(const std::string& arguments) {
-    const std::string base = ::testing::TempDir() + "periods_cli_" +
-                             ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    TempFolder folder;  // the streams are caught in files that go with the folder
+    const std::string base = folder.Path() + "cli";
     const std::string command = std::string("\"") + KURVALUX_CLI_PATH + "\" " + arguments + " >" +
                                 base + ".out 2>" + base + ".err";
     CliRun run;
@@ -92,7 +94,8 @@ TEST(CliPeriodogram, ReferenceGridTopThreeDoublingAndCsv) {
     const std::string base = "periodogram \"" + kData +
                              "/mhaov/eb0p3731.kvf\" --object \"EB 0.3731\" --pmin 0.1 --pmax 1.0 "
                              "--step 0.00001";
-    const std::string csv = ::testing::TempDir() + "periods_cli_periodogram.csv";
+    TempFolder folder;
+    const std::string csv = folder.Path() + "periodogram.csv";
     const CliRun run = RunCli(base + " --csv \"" + csv + "\"");
     ASSERT_EQ(run.status, 0) << run.err;
     const auto rows = Rows(run.out);
