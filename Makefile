@@ -4,8 +4,9 @@ WERROR  ?= 0
 CMAKE   := cmake -G Ninja -Wno-dev
 EXAMPLE := examples/demo/demo.kvf
 FUZZ_SECONDS ?= 60
+PREFIX  ?= /usr/local
 
-.PHONY: all deps build run test bench asan tsan fuzz screenshots format clean
+.PHONY: all deps build run test bench asan tsan fuzz screenshots install package format clean
 
 all: build
 
@@ -20,11 +21,16 @@ build: deps build/build.ninja
 	cmake --build build -j $(JOBS)
 
 run: build
-	@if [ -x build/app/kurvalux ]; then \
-	  build/app/kurvalux $(EXAMPLE); \
-	else \
+	@if [ ! -x build/app/kurvalux ]; then \
 	  echo "The desktop application is not built yet; running the command line on the example field."; \
 	  build/cli/kurvalux-cli stats $(EXAMPLE); \
+	elif [ -z "$$DISPLAY" ] && [ -z "$$WAYLAND_DISPLAY" ]; then \
+	  echo "No graphical session here (neither DISPLAY nor WAYLAND_DISPLAY is set), and the desktop"; \
+	  echo "application needs one. Running the command line on the example field instead:"; \
+	  echo "  build/cli/kurvalux-cli stats $(EXAMPLE)"; \
+	  build/cli/kurvalux-cli stats $(EXAMPLE); \
+	else \
+	  build/app/kurvalux $(EXAMPLE); \
 	fi
 
 test: build
@@ -33,7 +39,10 @@ test: build
 bench: deps
 	$(CMAKE) -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DKURVALUX_TESTS=OFF -DKURVALUX_GUI=ON
 	cmake --build build-bench -j $(JOBS)
-	@for b in build-bench/bench/bench_*; do echo "== $$b"; $$b || exit 1; done
+	@for b in build-bench/bench/bench_*; do \
+	  [ -f "$$b" ] && [ -x "$$b" ] || continue; \
+	  echo "== $$b"; $$b || exit 1; \
+	done
 
 asan: deps
 	$(CMAKE) -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS=-O1 \
@@ -48,7 +57,8 @@ tsan: deps
 	cmake --build build-tsan -j $(JOBS)
 	cd build-tsan && TSAN_OPTIONS=halt_on_error=1 ctest --output-on-failure -j $(JOBS)
 
-fuzz: deps
+fuzz:
+	@scripts/install-deps fuzz
 	CC=clang CXX=clang++ $(CMAKE) -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 	  -DKURVALUX_SANITIZE=address,undefined,fuzzer-no-link -DKURVALUX_FUZZ=ON \
 	  -DKURVALUX_TESTS=OFF -DKURVALUX_BENCH=OFF -DKURVALUX_GUI=OFF
@@ -62,7 +72,20 @@ fuzz: deps
 	done
 
 screenshots: build
+	@scripts/install-deps screenshots
 	scripts/screenshots
+
+# The programs, the guide, the example field, the desktop entry, icon and MIME type under
+# $(PREFIX); the desktop and MIME databases are refreshed when their tools are there.
+install: build
+	cmake --install build --prefix $(PREFIX)
+	-@command -v update-mime-database >/dev/null && update-mime-database $(PREFIX)/share/mime || true
+	-@command -v update-desktop-database >/dev/null && \
+	  update-desktop-database $(PREFIX)/share/applications || true
+
+# A Debian package (build/kurvalux_VERSION_amd64.deb) with its runtime dependencies declared.
+package: build
+	cd build && cpack -G DEB
 
 format:
 	clang-format -i $$(git ls-files '*.cpp' '*.h')

@@ -25,6 +25,7 @@
 #include "app/dialogs.h"
 #include "app/field_scan.h"
 #include "app/form_dialog.h"
+#include "app/guide_viewer.h"
 #include "app/kurvalux_pane.h"
 #include "app/menu_table.h"
 #include "app/phase_fit_view.h"
@@ -623,12 +624,17 @@ void CKurvalux::RootDirectory() {
 // ---- Help
 
 void CKurvalux::UsersGuide() {
-    std::vector<std::string> candidates = {kurvalux_platform::ProgramFolder() + "users_guide.md",
-                                           KURVALUX_USER_GUIDE};
+    // Beside the program in a build tree, under share/doc when installed, else the sources.
+    std::vector<std::string> candidates = {
+        kurvalux_platform::ProgramFolder() + "users_guide.md",
+        kurvalux_platform::ProgramFolder() + "../share/doc/kurvalux/users_guide.md",
+        KURVALUX_USER_GUIDE};
     for (const std::string& path : candidates)
         if (kurvalux_platform::FileExists(path)) {
-            if (!QDesktopServices::openUrl(QUrl::fromLocalFile(Q(path))))
-                messages_->Error("User's Guide", {"No program opens the user's guide:", path});
+            // A desktop without a program for Markdown still gets the guide, in our own window.
+            if (!QDesktopServices::openUrl(QUrl::fromLocalFile(Q(path))) &&
+                !ShowGuideWindow(this, path))
+                messages_->Error("User's Guide", {"Cannot read the user's guide:", path});
             return;
         }
     messages_->Error("User's Guide", {"Cannot find the user's guide:", candidates.back()});
