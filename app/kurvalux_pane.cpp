@@ -19,6 +19,7 @@
 #include <cmath>
 
 #include "analysis/model.h"
+#include "analysis/periods/period_refinement.h"
 #include "app/form_dialog.h"
 #include "app/minimum_view.h"
 #include "app/phase_fit_view.h"
@@ -630,7 +631,7 @@ void CKurvaluxPane::RefreshPeriods() {
     CObjectListElem* object = CurrentObject();
     if (object) {
         for (const kurvalux_data::CPeriodListElem& p : object->periods)
-            period_->addItem(Q(FormatFixed(p.period, 7)), p.period);
+            period_->addItem(Q(kurvalux_analysis::PeriodListText(p)), p.Chosen());
         period_->setEditText(Q(FormatFixed(object->period, 7)));
     }
     filling_ = was;
@@ -664,7 +665,8 @@ void CKurvaluxPane::PeriodChosen(int index) {
     if (filling_) return;
     CObjectListElem* object = CurrentObject();
     if (!object || index < 0 || index >= static_cast<int>(object->periods.size())) return;
-    double period = object->periods[static_cast<size_t>(index)].period;
+    // A period refined by the minima replaces the key's mean when the entry is chosen.
+    double period = object->periods[static_cast<size_t>(index)].Chosen();
     if (period == object->period) return;
     if (!host_.GetSettings().auto_accept_m0_period) {
         // The box already shows the chosen period. While the question waits it takes the focus

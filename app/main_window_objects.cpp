@@ -356,8 +356,8 @@ void CKurvalux::AcceptFoundPeriod(CObjectListElem& object,
     // object's (the list may also hold the current period and those of earlier searches).
     if (!settings_.auto_accept_m0_period) return;
     for (const kurvalux_data::CPeriodListElem& p : offered) {
-        if (p.period == object.period) continue;
-        object.period = p.period;
+        if (p.Chosen() == object.period) continue;
+        object.period = p.Chosen();
         MarkModified();
         return;
     }

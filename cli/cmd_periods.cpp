@@ -54,7 +54,18 @@ int PeriodMinima(const Args& args) {
     if (!object) return 1;
     PeriodCommandResult result = FindPeriodsFromMinimaCommand(*object, options, Messages());
     if (!result.changed) return 1;
-    PrintPeriods(object->periods, "R");
+    if (args.Flag("refined")) {
+        // Each period with the one the minima give when their cycles are counted with the
+        // key's best trial period (empty for the current period, which was not searched).
+        std::printf("period\tR\tkey\trefined\terror\n");
+        for (const auto& p : object->periods)
+            std::printf("%s\t%s\t%lld\t%s\t%s\n", FormatNumber(p.period).c_str(),
+                        FormatNumber(p.coherence).c_str(), static_cast<long long>(p.key),
+                        p.refined > 0 ? FormatNumber(p.refined).c_str() : "",
+                        p.refined > 0 ? FormatNumber(p.refined_error).c_str() : "");
+    } else {
+        PrintPeriods(object->periods, "R");
+    }
     return result.found ? 0 : 1;
 }
 
@@ -132,7 +143,8 @@ const CommandRegistrar kPeriodMinima(
     {FieldArgument(), ObjectOption(),
      Number("pmin", "P", "shortest period tried, days (default 0.1)"),
      Number("limit", "R", "least phase coherence R of a period kept (default 0.999)"),
-     Number("secondary-phase", "S", "phase of the secondary minima (default 0.5)"), ThreadsOption(),
+     Number("secondary-phase", "S", "phase of the secondary minima (default 0.5)"),
+     Flag("refined", "add each period fitted to the minima with its error"), ThreadsOption(),
      RootOption()});
 
 const CommandRegistrar kPeriodogram(

@@ -159,6 +159,12 @@ struct CPeriodListElem {
     double period = 0;
     int64_t key = 0;
     double coherence = 0;
+    // The search from minima also fits the period to the minima with the cycle counts of the
+    // key's best trial period; 0 when not refined. Choosing the entry takes this period.
+    double refined = 0;
+    double refined_error = 0;
+    // The period that choosing this entry puts into "P:".
+    double Chosen() const { return refined > 0 ? refined : period; }
 };
 
 // One assignment of primary (1) / secondary (0) flags to the minima of a period search.

@@ -90,7 +90,7 @@ TEST(CommandLine, RefusesWhatItDoesNotUnderstand) {
          {"period-minima", kField, "--object", "WASP-12", "--limit", "0,9"},
          "--limit needs a number, not \"0,9\"",
          "usage: kurvalux-cli period-minima FIELD.kvf --object NAME [--pmin P] [--limit R] "
-         "[--secondary-phase S] [--threads N] [--root DIR]"},
+         "[--secondary-phase S] [--refined] [--threads N] [--root DIR]"},
         {"fraction for a whole number", FitMin({"--series", "1.0", "--from", "1", "--to", "2"}),
          "--series needs a whole number, not \"1.0\"", kFitMinUsage},
         {"two signs", FitMin({"--from", "1", "--to", "2", "--processors", "+-2"}),

@@ -2,6 +2,7 @@
 // the mhaov reference field.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -71,6 +72,23 @@ TEST(CliPeriodMinima, FindsTheCatalogueKeyFirstForTypedAndUndefinedMinima) {
                   "Possible periods were found: All found periods fitting defined minima were "
                   "added as items of period combo-box \"P:\"\n");
     }
+}
+
+TEST(CliPeriodMinima, RefinedColumnsFitThePeriodToTheMinima) {
+    const CliRun run = RunCli("period-minima \"" + kData +
+                              "/real/nsvs896797-tess-8minima-typed.kvf\"" + kNsvs + " --refined");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const auto rows = Rows(run.out);
+    ASSERT_GE(rows.size(), 2u);
+    EXPECT_EQ(rows[0], (std::vector<std::string>{"period", "R", "key", "refined", "error"}));
+    ASSERT_EQ(rows[1].size(), 5u);
+    EXPECT_EQ(rows[1][2], "313");
+    // Eight minima over 3.5 cycles: the fit's error is about 1.6e-4 d, and the period of the
+    // whole seven-year list (0.312969992 d) lies within it.
+    const double refined = std::stod(rows[1][3]), error = std::stod(rows[1][4]);
+    EXPECT_GT(error, 0);
+    EXPECT_LT(error, 5e-4);
+    EXPECT_LT(std::fabs(refined - 0.312969992), error) << refined << " +- " << error;
 }
 
 TEST(CliPeriodMinima, ReportsWhenNothingFitsAndRefusesBadNumbers) {

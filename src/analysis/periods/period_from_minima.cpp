@@ -5,6 +5,7 @@
 #include <cmath>
 #include <thread>
 
+#include "analysis/periods/period_refinement.h"
 #include "platform/system.h"
 
 namespace kurvalux_analysis {
@@ -30,13 +31,6 @@ struct Candidate {
     double period;
 };
 
-// Cycle offset between minima i and j for the flags of a variant: `same` when both are of
-// one type, s when a secondary precedes a primary, 1 - s when a primary precedes a secondary.
-double CycleOffset(uint8_t fi, uint8_t fj, double same, double s) {
-    if (fi == fj) return same;
-    return fj == 1 ? s : 1.0 - s;
-}
-
 // The per-variant constants of the coherence: time from the first minimum and the expected
 // phase offset of each minimum j = 1 .. n-1.
 struct PhaseTable {
@@ -49,7 +43,7 @@ PhaseTable MakePhaseTable(const std::vector<SearchMinimum>& minima,
     PhaseTable table;
     for (size_t j = 1; j < minima.size(); ++j) {
         table.dt.push_back(minima[j].time - minima[0].time);
-        table.offset.push_back(CycleOffset(flags[0], flags[j], 0.0, s));
+        table.offset.push_back(MinimaCycleOffset(flags[0], flags[j], 0.0, s));
     }
     return table;
 }
@@ -132,7 +126,7 @@ void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<u
             const double delta = minima[j].time - minima[i].time;
             const double count = std::trunc(delta / options.min_period);
             if (!(count >= 1)) continue;
-            const double c = CycleOffset(flags[i], flags[j], 1.0, s);
+            const double c = MinimaCycleOffset(flags[i], flags[j], 1.0, s);
             const int64_t steps = static_cast<int64_t>(count);
             for (int64_t m = 0; m < steps; ++m) {
                 const double period = delta / (c + static_cast<double>(m));
@@ -180,7 +174,14 @@ void SearchVariant(const std::vector<SearchMinimum>& minima, const std::vector<u
     flush_sparse_above(INT64_MIN);
 }
 
-std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v) {
+}  // namespace
+
+double MinimaCycleOffset(uint8_t fi, uint8_t fj, double same, double s) {
+    if (fi == fj) return same;
+    return fj == 1 ? s : 1.0 - s;
+}
+
+std::vector<uint8_t> MinimaVariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v) {
     std::vector<uint8_t> flags(minima.size());
     int k = 0;
     for (size_t i = 0; i < minima.size(); ++i) {
@@ -198,8 +199,6 @@ std::vector<uint8_t> VariantFlags(const std::vector<SearchMinimum>& minima, uint
     }
     return flags;
 }
-
-}  // namespace
 
 void MergePeriodIntoResult(std::vector<CPeriodListElem>& result, const CPeriodListElem& candidate) {
     for (const CPeriodListElem& e : result)
@@ -275,7 +274,8 @@ std::vector<CPeriodListElem> SearchPeriodsFromMinima(const std::vector<SearchMin
         std::atomic<uint64_t> next{0};
         auto work = [&](Workspace& ws) {
             for (uint64_t k; (k = next.fetch_add(1)) < count;)
-                SearchVariant(minima, VariantFlags(minima, base + k), options, ws, survivors[k]);
+                SearchVariant(minima, MinimaVariantFlags(minima, base + k), options, ws,
+                              survivors[k]);
         };
         if (threads == 1 || count == 1) {
             work(workspaces[0]);
@@ -298,7 +298,7 @@ MinimaGathering GatherSearchMinima(const CObjectListElem& object) {
     // any other. Only a minimum the user marked excluded is left out.
     for (const auto& series : object.series) {
         for (const auto& m : series->minima)
-            if (m.enabled) minima.push_back({m.time, m.type});
+            if (m.enabled) minima.push_back({m.time, m.type, m.error});
     }
     std::stable_sort(
         minima.begin(), minima.end(),
@@ -346,6 +346,7 @@ PeriodCommandResult RunPeriodsFromMinima(CObjectListElem& object,
         return outcome;
     }
     std::vector<CPeriodListElem> periods = SearchPeriodsFromMinima(minima, options);
+    RefineFoundPeriods(minima, options.secondary_phase, periods);
     outcome.found = !periods.empty();
     outcome.offered = periods;
     PutCurrentPeriodFirst(object, periods);

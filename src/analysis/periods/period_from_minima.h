@@ -20,6 +20,7 @@ namespace kurvalux_analysis {
 struct SearchMinimum {
     double time = 0;
     uint32_t type = kurvalux_data::kMinimumUndefined;
+    double error = 0;  // the minimum's timing error, 0 when unknown (weights the refinement)
 };
 
 // The search accepts 3 to 31 minima; the command passes at most 8.
@@ -38,6 +39,14 @@ struct PeriodFromMinimaOptions {
     double secondary_phase = 0.5;  // "Secondary minimum phase:"
     unsigned threads = 0;          // 0 = the processor count read at start-up
 };
+
+// Cycle offset between minima i and j for the flags of a variant: `same` when both are of
+// one type, s when a secondary precedes a primary, 1 - s when a primary precedes a secondary.
+double MinimaCycleOffset(uint8_t fi, uint8_t fj, double same, double s);
+
+// The primary (1) / secondary (0) flags of variant v: typed minima keep their type, the
+// undefined ones take the bits of v, the lowest bit for the earliest.
+std::vector<uint8_t> MinimaVariantFlags(const std::vector<SearchMinimum>& minima, uint64_t v);
 
 // The key of a period: the period rounded to 0.001 d, as an integer number of thousandths.
 int64_t PeriodKey(double period);
