@@ -31,6 +31,7 @@
 #include "app/phase_fit_view.h"
 #include "app/qt_platform.h"
 #include "app/shell_strings.h"
+#include "app/web_commands.h"
 #include "data/field_file.h"
 #include "data/field_statistics.h"
 #include "lc/chart_views.h"
@@ -88,6 +89,7 @@ CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
     BuildMenus();
     BuildToolBar();
     BuildStatusBar();
+    web_ = new CWebCommands(*this);
     pane_->Refresh();
     UpdateTitle();
     UpdateStatus();
@@ -228,13 +230,17 @@ void CKurvalux::UpdateStatus() {
     status_modified_->setText(Q(texts.modified));
     status_source_->setText(Q(texts.source));
     status_time_->setText(Q(texts.time_system));
+    if (web_) {
+        session_ = web_->PanelSession();
+        web_->UpdateActions();
+    }
     WebStatusPanel panel = ComputeWebStatusPanel(session_);
     web_connection_->setText(Q(panel.connection));
     web_connection_->setStyleSheet(StyleColour(panel.connection_colour));
     web_state_->setText(Q(panel.state));
     web_state_->setStyleSheet(StyleColour(panel.state_colour));
     web_lines_->setText(
-        Q(panel.lines[0] + "  " + panel.lines[1] + "\n" + panel.lines[2] + "  " + panel.lines[3]));
+        Q(panel.lines[0] + "\n" + panel.lines[1] + "\n" + panel.lines[2] + "\n" + panel.lines[3]));
 }
 
 void CKurvalux::UpdateChecks() {
@@ -340,7 +346,9 @@ bool CKurvalux::CheckWebSession(int command) {
                           "synchronized with repository."});
         return false;
     }
-    if (command == kCmdWebPublish && object && !object->token.empty()) {
+    // An imported object (another observer's) is contributed to instead.
+    if (command == kCmdWebPublish && object && !object->token.empty() &&
+        (object->publisher.empty() || object->publisher == session_.user_id)) {
         messages_->Error(
             "Cannot publish object",
             {"Selected object already published in repository",
@@ -351,7 +359,12 @@ bool CKurvalux::CheckWebSession(int command) {
 }
 
 bool CKurvalux::Dispatch(int command) {
+    if (web_) session_ = web_->PanelSession();
     if (!CheckWebSession(command)) return true;
+    if (CWebCommands::IsWebCommand(command)) {
+        web_->Run(command);
+        return true;
+    }
     if (!CommandAvailable(command)) return false;
     if (command >= kCmdRecentFileFirst && command <= kCmdRecentFileLast) {
         LoadRecentFile(command - kCmdRecentFileFirst);
@@ -503,6 +516,7 @@ bool CKurvalux::OpenField(const std::string& path) {
     kurvalux_data::FieldLoadOptions options;
     options.bases = Bases();
     options.bases.field_folder = FolderOf(path);
+    if (web_) options.web_series = web_->WebSeriesLoader();
     // The boxes of a load are gathered and shown as one report once the field is up, not as
     // one modal box per series while it loads.
     kurvalux_platform::CRecordingMessageBoxSink gathered;

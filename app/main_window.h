@@ -24,6 +24,7 @@ namespace kurvalux_app {
 class CKurvaluxPane;
 class CFormDialog;
 class CQtMessageBoxSink;
+class CWebCommands;
 
 // What a file dialog is asked for.
 enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg };
@@ -69,6 +70,8 @@ public:
     QAction* Action(int command) const;
     QMenu* FieldMenu() const { return field_menu_; }
     const WebSession& Session() const { return session_; }
+    // The repository, catalogue and version commands (web_commands.cpp).
+    CWebCommands* Web() { return web_; }
 
     void SetDialogRunner(DialogRunner runner) { dialogs_ = std::move(runner); }
     void SetFileChooser(FileChooser chooser) { files_ = std::move(chooser); }
@@ -87,6 +90,7 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
+    friend class CWebCommands;
     void BuildMenus();
     void BuildToolBar();
     void BuildStatusBar();
@@ -148,6 +152,7 @@ private:
     FileChooser files_;
     DialogRunner dialogs_;
     WebSession session_;
+    CWebCommands* web_ = nullptr;
 
     CKurvaluxPane* pane_ = nullptr;
     QMenu* field_menu_ = nullptr;

@@ -24,6 +24,7 @@
 #include "app/main_window.h"
 #include "app/minimum_view.h"
 #include "app/qt_platform.h"
+#include "app/web_commands.h"
 #include "platform/system.h"
 
 namespace kurvalux_app {
@@ -311,6 +312,9 @@ int RunApplication(int argc, char** argv) {
         if (count <= 0) return 2;
         return MeasureRepaint(window, count);
     }
+    // The version check runs on its worker while the window comes up; its answer arrives as
+    // an event and never holds up the start.
+    if (window.GetSettings().check_version && !developer_run) window.Web()->StartVersionCheck();
     // 11. The event loop until the window closes.
     return QApplication::exec();
 }

@@ -290,6 +290,9 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
         messages.Error(kLoadFailedTitle, {"Load data failed", reader.Error()});
         return result;
     }
+    if (options.web_series)
+        for (auto& object : field.objects)
+            if (!object->token.empty()) options.web_series(*object, messages);
     if (options.progress) options.progress(static_cast<int>(field.objects.size()), announced);
     result.ok = true;
     return result;

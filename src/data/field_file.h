@@ -18,6 +18,9 @@ struct FieldLoadOptions {
     bool parallel = true;
     // Called with (objects read, objects announced by the header) as the load proceeds.
     std::function<void(int, int)> progress;
+    // Called for every object with a repository token once the field is read, to add the
+    // object's web series from the repository cache (their messages go to `messages`).
+    std::function<void(CObjectListElem&, kurvalux_platform::CMessageBoxSink&)> web_series;
 };
 
 struct FieldLoadResult {

@@ -366,7 +366,18 @@ void CLocalSeriesTreeElem::Write(CKeywordWriter& w) const {
 
 // A web series' user data (offset, switch, meta-data, minima) lives in its local-data entry,
 // which the object writes after its series; writing it here too would duplicate it.
-void CWebSeriesTreeElem::Write(CKeywordWriter&) const {}
+// A web series writes what the field keeps about it (its points stay in the repository cache);
+// the block reads back as its local-data entry.
+void CWebSeriesTreeElem::Write(CKeywordWriter& w) const {
+    CWebSeriesLocalDataTreeElem entry;
+    entry.user_id = user_id;
+    entry.file_time = file_time;
+    entry.offset = offset;
+    entry.enabled = enabled;
+    entry.meta_data = meta_data;
+    entry.minima = minima;
+    WriteWebSeriesLocalData(w, entry);
+}
 
 void WriteObject(CKeywordWriter& w, const CObjectListElem& o) {
     w.Begin("object");

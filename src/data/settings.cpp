@@ -148,6 +148,7 @@ const std::vector<SettingKey>& Keys() {
         {"WebRepositoryPath", KeyType::Text, 259, KX_FIELD(web_repository_path)},
         {"WebRepositoryUser", KeyType::Text, 63, KX_FIELD(web_repository_user)},
         {"WebRepositoryPassword", KeyType::Text, 128, KX_FIELD(web_repository_password)},
+        {"WebRepositoryUserId", KeyType::Text, 63, KX_FIELD(web_repository_user_id)},
         {"WebConnectTimeout", KeyType::Int, 0, KX_FIELD(web_connect_timeout)},
         {"WebTransferTimeout", KeyType::Int, 0, KX_FIELD(web_transfer_timeout)},
         {"VSXServer", KeyType::Text, 259, KX_FIELD(vsx_server)},

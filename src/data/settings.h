@@ -47,6 +47,9 @@ struct Settings {
     std::string web_repository_path;      // 259
     std::string web_repository_user;      // 63
     std::string web_repository_password;  // 128, plain in memory
+    // The user id of the last repository session: whose cache a field's web series come from
+    // while no session is open.
+    std::string web_repository_user_id;  // 63
     // Time-outs of every web request, in seconds: how long to wait for the connection to a
     // server (name look-up, TCP and TLS hand-shake included), and how long a connected server
     // may stay silent before the request is given up. A dead server thus ends a request after
