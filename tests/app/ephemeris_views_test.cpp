@@ -263,8 +263,8 @@ TEST_F(EphemerisViews, PlannerFiltersSortsAndOpens) {
     EXPECT_EQ(table->horizontalHeaderItem(4)->text().toStdString(), "Star alt.");
     auto* night = dynamic_cast<kurvalux_plan::CNightChartPane*>(planner.Chart()->Pane());
     ASSERT_NE(night, nullptr);
-    planner.resize(1000, 700);
-    planner.Chart()->Render();
+    night->SetRect({0, 0, 1000, 400});
+    night->LayoutAll();
     EXPECT_EQ(night->Rows().size(), 10u);
     EXPECT_EQ(night->Events().size(), 102u);
 
