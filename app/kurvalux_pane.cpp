@@ -22,7 +22,9 @@
 #include "analysis/periods/period_refinement.h"
 #include "app/form_dialog.h"
 #include "app/minimum_view.h"
+#include "app/oc_view.h"
 #include "app/phase_fit_view.h"
+#include "app/prediction_view.h"
 #include "app/shell_host.h"
 #include "lc/chart_layout.h"
 #include "platform/text.h"
@@ -129,6 +131,10 @@ CKurvaluxPane::CKurvaluxPane(CShellHost& host, QWidget* parent)
     tabs_->addTab(views_[2], "Phased Curve");
     tabs_->addTab(phase_fit_, "Phased Curve Fit");
     tabs_->addTab(minimum_, "Minimum Fit");
+    oc_ = new COCView(host_, *this, tabs_);
+    tabs_->addTab(oc_, QString::fromUtf8("O−C"));
+    prediction_ = new kurvalux_pre::CPredictionPane(host_, *this, tabs_);
+    tabs_->addTab(prediction_, "Prediction");
     charts_layout->addWidget(tabs_, 1);
     right_->addWidget(charts);
     right_->setStretchFactor(1, 1);
@@ -766,6 +772,13 @@ void CKurvaluxPane::FillChart(ChartTab tab, bool keep_zoom) {
         minimum_->Refill(keep_zoom);
         return;
     }
+    if (tab == kTabOC || tab == kTabPrediction) {
+        if (tab == kTabOC)
+            oc_->Refill(keep_zoom);
+        else
+            prediction_->Refill(keep_zoom);
+        return;
+    }
     CChartCanvas* canvas = views_[static_cast<size_t>(tab)]->Canvas();
     CObjectListElem* object = CurrentObject();
     if (!object) {
@@ -813,6 +826,10 @@ CChartCanvas* CKurvaluxPane::Canvas(ChartTab tab) {
             return phase_fit_->Canvas();
         case kTabMinimum:
             return minimum_->Canvas();
+        case kTabOC:
+            return oc_->Canvas();
+        case kTabPrediction:
+            return prediction_->Canvas();
         default:
             return views_[static_cast<size_t>(tab)]->Canvas();
     }

@@ -23,13 +23,27 @@ class QTextBrowser;
 class QLabel;
 class QDateTimeEdit;
 
+namespace kurvalux_pre {
+class CPredictionPane;
+}
+
 namespace kurvalux_app {
 
 class CShellHost;
 class CMinimumView;
 class CPhaseFitView;
+class COCView;
 
-enum ChartTab { kTabTime = 0, kTabCompressed, kTabPhased, kTabPhasedFit, kTabMinimum, kTabCount };
+enum ChartTab {
+    kTabTime = 0,
+    kTabCompressed,
+    kTabPhased,
+    kTabPhasedFit,
+    kTabMinimum,
+    kTabOC,
+    kTabPrediction,
+    kTabCount
+};
 
 class CKurvaluxPane : public QSplitter {
     Q_OBJECT
@@ -64,6 +78,8 @@ public:
     CChartCanvas* Canvas(ChartTab tab);
     CMinimumView* MinimumView() { return minimum_; }
     CPhaseFitView* PhaseFitView() { return phase_fit_; }
+    COCView* OCView() { return oc_; }
+    kurvalux_pre::CPredictionPane* Prediction() { return prediction_; }
     QListWidget* ObjectList() { return objects_; }
     QTreeWidget* SeriesTree() { return series_; }
     QComboBox* PeriodBox() { return period_; }
@@ -110,6 +126,8 @@ private:
     std::array<CChartView*, 3> views_{};  // time, compressed, phased
     CPhaseFitView* phase_fit_;
     CMinimumView* minimum_;
+    COCView* oc_;
+    kurvalux_pre::CPredictionPane* prediction_;
     std::array<bool, kTabCount> stale_{};
     // Meta-data pane
     QLineEdit* name_;

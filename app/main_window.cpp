@@ -29,6 +29,7 @@
 #include "app/kurvalux_pane.h"
 #include "app/menu_table.h"
 #include "app/phase_fit_view.h"
+#include "app/prediction_view.h"
 #include "app/qt_platform.h"
 #include "app/shell_strings.h"
 #include "app/web_commands.h"
@@ -86,6 +87,11 @@ CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
     setCentralWidget(pane_);
     connect(pane_->PhaseFitView(), &CPhaseFitView::saveFieldRequested, this,
             [this] { Dispatch(kCmdSaveField); });
+    // The site dialog also sets the display switches that the menu shows checked.
+    connect(pane_->Prediction(), &kurvalux_pre::CPredictionPane::settingsEdited, this, [this] {
+        UpdateChecks();
+        pane_->RefreshCharts(true);
+    });
     BuildMenus();
     BuildToolBar();
     BuildStatusBar();

@@ -4,11 +4,13 @@
 #include <cstdio>
 #include <string>
 
+#include "analysis/ephemeris_fit.h"
 #include "analysis/fit_points.h"
 #include "analysis/minimum_fit.h"
 #include "cli/cli.h"
 #include "data/settings.h"
 #include "lc/chart_views.h"
+#include "lc/oc_pane.h"
 #include "lc/prediction_pane.h"
 #include "platform/text.h"
 
@@ -125,13 +127,76 @@ int PredictionChart(const Args& args, const kurvalux_data::Settings& settings, l
     return 0;
 }
 
+// The O-C diagram of the object's minima in use against its ephemeris, with the ephemeris
+// fitted to them drawn over the points.
+int OCChart(const Args& args, long width, long height, long dpi) {
+    kurvalux_lc::OCXAxis axis = kurvalux_lc::OCXAxis::kCycle;
+    const std::string axis_word = args.Get("axis", "cycle");
+    if (axis_word == "time") {
+        axis = kurvalux_lc::OCXAxis::kTime;
+    } else if (axis_word != "cycle") {
+        std::fprintf(stderr, "Unknown axis \"%s\": cycle or time\n", axis_word.c_str());
+        return 2;
+    }
+    kurvalux_data::Field field;
+    if (!LoadFieldArgument(args, field)) return 1;
+    kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
+    if (!object) return 1;
+    if (object->m0 == 0 || object->period == 0) {
+        std::fprintf(stderr, "%s has no ephemeris (M0 and period) to count cycles from\n",
+                     object->name.c_str());
+        return 1;
+    }
+    std::vector<kurvalux_analysis::OCEntry> table =
+        kurvalux_analysis::MakeOCTable(*object, object->m0, object->period);
+    kurvalux_analysis::EphemerisFitOptions options;
+    options.quadratic = args.Flag("quadratic");
+    const kurvalux_analysis::EphemerisFitResult fit =
+        kurvalux_analysis::FitEphemeris(table, object->m0, object->period, options);
+    size_t undefined = 0;
+    for (const auto& e : table) undefined += e.type == kurvalux_data::kMinimumUndefined;
+
+    kurvalux_lc::COCPane pane;
+    pane.SetTable(table, object->m0, object->period);
+    pane.SetFit(&fit);
+    pane.SetXAxis(axis);
+    pane.SetUnit(args.Flag("minutes") ? kurvalux_lc::OCUnit::kMinutes : kurvalux_lc::OCUnit::kDays);
+    pane.SetTimeCaption(kurvalux_lc::TimeCaption(*object));
+    pane.show_error_bars = args.Flag("errors");
+    const kurvalux_lc::CFont title = kurvalux_lc::ChartTitleFont(96);
+    pane.SetTitleFont(&title);
+    pane.SetRect(kurvalux_lc::CRect{0, 0, static_cast<int>(width), static_cast<int>(height)});
+    pane.Build();
+    pane.LayoutAll();
+    const std::string out = args.Get("out");
+    if (!ExportPane(pane, out, width, height, dpi, args.Get("title"))) return 1;
+    std::printf("view O-C\n");
+    std::printf("file %s\n", out.c_str());
+    std::printf("size %ld %ld\n", width, height);
+    std::printf("minima %zu fitted %zu undefined %zu\n", table.size(), fit.ok ? fit.count : 0,
+                undefined);
+    if (fit.ok)
+        std::printf("fit %s period %s +- %s chi2/dof %s\n",
+                    fit.parameters == 3 ? "quadratic" : "linear", FormatNumber(fit.period).c_str(),
+                    FormatNumber(fit.period_error).c_str(), FormatNumber(fit.chi2_per_dof).c_str());
+    else
+        std::printf("fit none (%s)\n", fit.message.c_str());
+    std::printf("visible_x %s %s\n", FormatNumber(pane.VisibleXLower()).c_str(),
+                FormatNumber(pane.VisibleXUpper()).c_str());
+    std::printf("visible_y %s %s\n", FormatNumber(pane.VisibleYLower()).c_str(),
+                FormatNumber(pane.VisibleYUpper()).c_str());
+    return 0;
+}
+
 int Chart(const Args& args) {
     kurvalux_lc::ChartRequest request;
     const bool prediction = args.Get("view") == "prediction";
-    if (!prediction && !kurvalux_lc::ParseChartView(args.Get("view", "time"), request.view)) {
+    const bool oc = args.Get("view") == "oc";
+    if (!prediction && !oc &&
+        !kurvalux_lc::ParseChartView(args.Get("view", "time"), request.view)) {
         std::fprintf(stderr,
-                     "Unknown view \"%s\": time, compressed, phased, fit, minimum or "
-                     "prediction\n",
+                     "Unknown view \"%s\": time, compressed, phased, fit, minimum, prediction "
+                     "or oc\n",
                      args.Get("view").c_str());
         return 2;
     }
@@ -165,11 +230,16 @@ int Chart(const Args& args) {
         }
         dpi = *d;
     }
+    if (!oc && (args.Has("axis") || args.Flag("minutes") || args.Flag("quadratic"))) {
+        std::fprintf(stderr, "--axis, --minutes and --quadratic belong to --view oc\n");
+        return 2;
+    }
     if (prediction) return PredictionChart(args, settings, width, height, dpi);
     if (args.Has("start") || args.Has("days") || args.Has("site")) {
         std::fprintf(stderr, "--start, --days and --site belong to --view prediction\n");
         return 2;
     }
+    if (oc) return OCChart(args, width, height, dpi);
     if (args.Has("series")) {
         auto k = args.Integer("series");
         if (!k) return 2;
@@ -263,7 +333,7 @@ const CommandRegistrar kChart(
     "chart", "Draws one chart of an object into an SVG or raster image file.", Chart,
     {FieldArgument(),
      ObjectOption(),
-     Text("view", "time|compressed|phased|fit|minimum|prediction", "the chart (default time)"),
+     Text("view", "time|compressed|phased|fit|minimum|prediction|oc", "the chart (default time)"),
      Integer("series", "K", "the series to highlight, counted from 1 (the minimum view needs one)"),
      Number("from", "JD", "start of the time range shown (with --to)"),
      Number("to", "JD", "end of the time range shown (with --from)"),
@@ -282,6 +352,9 @@ const CommandRegistrar kChart(
      Number("days", "N", "prediction: length of the time axis in days (default: the settings')"),
      Text("site", "LON,LAT",
           "prediction: east longitude and latitude of the site (default: the settings')"),
+     Text("axis", "cycle|time", "O-C: the X axis, cycle number (default) or time"),
+     Flag("minutes", "O-C: O-C in minutes (default days)"),
+     Flag("quadratic", "O-C: fit a quadratic ephemeris (a steadily changing period)"),
      RootOption()});
 
 }  // namespace

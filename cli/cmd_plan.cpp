@@ -11,10 +11,15 @@
 #include "cli/cli.h"
 #include "data/settings.h"
 #include "lc/chart_layout.h"
+#include "plan/night_chart.h"
 #include "plan/night_planner.h"
 #include "plan/plan_export.h"
 #include "platform/files.h"
 #include "platform/system.h"
+
+#ifdef KURVALUX_HAVE_IMG
+#include "img/raster_export.h"
+#endif
 
 namespace kurvalux_cli {
 namespace {
@@ -49,6 +54,26 @@ std::string Fixed(double value, int decimals) {
     return text;
 }
 
+// The night-by-night chart of the planned minima as SVG or, with the Qt build, as a PNG image.
+bool WriteNightChart(const std::vector<PlannerObject>& objects,
+                     const std::vector<PlannedMinimum>& minima, const PlannerOptions& options,
+                     const std::string& path, bool svg, int width, int height) {
+    CNightChartPane chart;
+    chart.SetNights(options.start, options.nights);
+    chart.SetSite(options.site);
+    chart.SetEvents(NightChartEvents(objects, minima));
+    chart.SetRect({0, 0, width, height});
+    chart.LayoutAll();
+    if (svg) return chart.ExportSvg(path, width, height, "", Messages());
+#ifdef KURVALUX_HAVE_IMG
+    return kurvalux_img::ExportRaster(chart, path, kurvalux_img::RasterFormat::kPng, width, height,
+                                      "", Messages());
+#else
+    std::fprintf(stderr, "PNG images need the Qt build of kurvalux-cli; use --svg\n");
+    return false;
+#endif
+}
+
 int Plan(const Args& args) {
     kurvalux_data::Settings settings;
     kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
@@ -75,6 +100,13 @@ int Plan(const Args& args) {
     }
     if (args.Has("csv") && args.Has("ics")) {
         std::fprintf(stderr, "Give either --csv or --ics, not both\n");
+        return 2;
+    }
+    long width = settings.export_image_width, height = settings.export_image_depth;
+    if (args.Has("width")) width = *args.Integer("width");
+    if (args.Has("height")) height = *args.Integer("height");
+    if ((args.Has("width") || args.Has("height")) && !args.Has("png") && !args.Has("svg")) {
+        std::fprintf(stderr, "--width and --height belong to --png and --svg\n");
         return 2;
     }
     if (options.default_duration <= 0 || options.default_duration > 1) {
@@ -125,6 +157,14 @@ int Plan(const Args& args) {
                 FormatNumber(options.sun_alt).c_str());
     std::printf("objects %zu minima %zu observable %zu\n", objects.size(), minima.size(),
                 observable);
+    for (const char* kind : {"png", "svg"}) {
+        if (!args.Has(kind)) continue;
+        const std::string path = args.Get(kind);
+        if (!WriteNightChart(objects, minima, options, path, kind[0] == 's',
+                             static_cast<int>(width), static_cast<int>(height)))
+            return 1;
+        std::printf("chart %s %ld %ld\n", path.c_str(), width, height);
+    }
     if (args.Has("csv")) {
         if (!kurvalux_platform::WriteWholeFile(args.Get("csv"), PlanCsv(objects, minima))) {
             std::fprintf(stderr, "Cannot create file: %s\n", args.Get("csv").c_str());
@@ -171,7 +211,14 @@ const CommandRegistrar kPlan(
      Flag("fit-ephemeris",
           "predict from the ephemeris fitted to each object's minima, with timing errors"),
      Text("csv", "OUT", "write the minima as a comma-separated table to OUT"),
-     Text("ics", "OUT", "write the observable minima as iCalendar events to OUT"), RootOption()});
+     Text("ics", "OUT", "write the observable minima as iCalendar events to OUT"),
+     Text("png", "OUT", "draw the night-by-night chart of the minima into the PNG image OUT"),
+     Text("svg", "OUT", "draw the night-by-night chart of the minima into the SVG file OUT"),
+     Integer("width", "W", "width of the chart in pixels (default: the settings' export width)", 1,
+             30000),
+     Integer("height", "H", "height of the chart in pixels (default: the settings' export height)",
+             1, 30000),
+     RootOption()});
 
 }  // namespace
 }  // namespace kurvalux_cli

@@ -162,6 +162,9 @@ void CLightCurvePane::ExtendYRange(double&, double&) const {}
 void CLightCurvePane::PaintOverlay(CDrawContext&) {}
 void CLightCurvePane::PaintUnderlay(CDrawContext&) {}
 void CLightCurvePane::PaintOnTop(CDrawContext&) {}
+std::string CLightCurvePane::XTickLabel(double value) const {
+    return TickLabel(value, 4);
+}
 
 void CLightCurvePane::Relayout() {
     Layout(x_visible_lower_, x_visible_upper_, last_fit_y_, last_errors_);
@@ -245,8 +248,7 @@ void CLightCurvePane::Layout(double start, double end, bool fit_y_to_visible,
         // X labels are centred on their ticks, so the outer ones need half a label of room
         // beyond the plot (on the left also past the lower caption, which shares their line),
         // and neighbouring ticks must be a label apart.
-        int label_width =
-            std::max(dc.TextWidth(TickLabel(start, 4)), dc.TextWidth(TickLabel(end, 4)));
+        int label_width = std::max(dc.TextWidth(XTickLabel(start)), dc.TextWidth(XTickLabel(end)));
         int left =
             std::max(10 + widest + 8, 10 + dc.TextWidth(caption_below_) + 16 + label_width / 2 - m);
         int right = rect_.width - std::max(m, label_width / 2 - m + 4);
@@ -255,7 +257,7 @@ void CLightCurvePane::Layout(double start, double end, bool fit_y_to_visible,
         x_map_ = AxisMapping{start, end, left + m, width - 2 * m, false};
         int spacing = std::max(MinimumTickSpacing(dpi_x_), label_width + 8 * dpi_x_ / 96);
         x_ticks_ = LayoutTicks(start, end, width, spacing, x_map_);
-        for (double v : x_ticks_.values) x_labels_.push_back(TickLabel(v, 4));
+        for (double v : x_ticks_.values) x_labels_.push_back(XTickLabel(v));
         if (width <= 2 * m || height <= 2 * m) {
             // Nothing but the background and the title is drawn at this size.
             x_ticks_ = TickLayout{};

@@ -233,6 +233,9 @@ protected:
     // it (after the title).
     virtual void PaintUnderlay(CDrawContext& dc);
     virtual void PaintOnTop(CDrawContext& dc);
+    // The label of an X tick (and of the axis ends, which set the room labels need); four
+    // decimals unless a derived pane writes its axis otherwise.
+    virtual std::string XTickLabel(double value) const;
     CDrawContext& Metrics();
 
     std::vector<CChartPoint> points_;

@@ -124,6 +124,13 @@ TEST_F(WindowTest, EveryTabOfTheExampleFieldDraws) {
             CChartCanvas* canvas = pane.Canvas(static_cast<ChartTab>(tab));
             canvas->Render();
             const bool phased = tab == kTabPhased || tab == kTabPhasedFit;
+            if (tab == kTabOC || tab == kTabPrediction) {
+                // These draw their own marks, not the points of the series: the O-C diagram
+                // one per minimum in use, the prediction its columns.
+                EXPECT_TRUE(canvas->HasChart()) << objects[o]->name << " tab " << tab << ": "
+                                                << canvas->Message().toStdString();
+                continue;
+            }
             if (phased && !ephemeris) {
                 EXPECT_FALSE(canvas->HasChart());
                 EXPECT_EQ(canvas->Message().toStdString(),

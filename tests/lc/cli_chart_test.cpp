@@ -167,7 +167,7 @@ TEST_F(CliChart, Refusals) {
     };
     const std::vector<Case> cases = {
         {Field() + " --object \"KVX Demo Algol\" --view side" + out, 2,
-         "Unknown view \"side\": time, compressed, phased, fit, minimum or prediction\n"},
+         "Unknown view \"side\": time, compressed, phased, fit, minimum, prediction or oc\n"},
         {Field() + " --object \"KVX Demo Algol\" --days 3" + out, 2,
          "--start, --days and --site belong to --view prediction\n"},
         {Field() + " --object \"KVX Demo Algol\" --view prediction --days 0" + out, 2,
