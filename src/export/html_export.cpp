@@ -56,7 +56,8 @@ std::string ImageFileName(const std::string& base, const CObjectListElem& object
 }
 
 std::string HtmlPageText(const kurvalux_data::Field& field, const std::string& field_name,
-                         const std::string& base_name, const HtmlOptions& o) {
+                         const std::string& base_name, const HtmlOptions& o,
+                         const std::vector<bool>* drawn) {
     const std::vector<ObjectReport> reports = SummarizeField(field);
     std::string out;
     out.reserve(1024 + reports.size() * 400);
@@ -89,7 +90,9 @@ std::string HtmlPageText(const kurvalux_data::Field& field, const std::string& f
         if (o.colors) out += Cell(v.catalog_bv) + Cell(v.catalog_jk);
         const std::string prefix = HtmlEscape(o.prefix);
         const CObjectListElem& object = *field.objects[r];
-        if (o.thumbs)
+        if (o.AnyImages() && drawn && !(*drawn)[r])
+            out += "<td></td>";
+        else if (o.thumbs)
             out += "<td><a href=\"" + prefix + ImageFileName(base_name, object, false) +
                    "\"><img src=\"" + prefix + ImageFileName(base_name, object, true) +
                    "\"></a></td>";
@@ -153,7 +156,6 @@ HtmlExportResult ExportHtml(const kurvalux_data::Field& field, const std::string
     constexpr const char* kTitle = "Error exporting HTML";
     HtmlExportResult result;
     const std::string base = PageBaseName(page_path);
-    const std::string page = HtmlPageText(field, field_name, base, options);
 
     const bool draw = options.AnyImages() && writer;
     std::vector<ImageJob> jobs;
@@ -182,7 +184,7 @@ HtmlExportResult ExportHtml(const kurvalux_data::Field& field, const std::string
     // The page first, under a temporary name: a folder that cannot take it fails before any
     // image is drawn.
     const std::string page_temp = page_path + ".part";
-    if (!kurvalux_platform::WriteWholeFile(page_temp, page)) {
+    if (!kurvalux_platform::WriteWholeFile(page_temp, {})) {
         messages.Error(kTitle, {"Cannot create file", page_path});
         return result;
     }
@@ -235,7 +237,18 @@ HtmlExportResult ExportHtml(const kurvalux_data::Field& field, const std::string
         }
     }
 
-    // Everything is drawn: the files take their names.
+    // Everything is drawn: the page names the images that exist, and the files take their
+    // names.
+    std::vector<bool> drawn(field.objects.size(), false);
+    for (const ImageJob& job : jobs)
+        if (kurvalux_platform::FileExists(job.temp_path)) drawn[job.object] = true;
+    if (!kurvalux_platform::WriteWholeFile(
+            page_temp, HtmlPageText(field, field_name, base, options, draw ? &drawn : nullptr))) {
+        RemoveAll(jobs);
+        kurvalux_platform::RemoveFile(page_temp);
+        messages.Error(kTitle, {"Cannot create file", page_path});
+        return result;
+    }
     for (const ImageJob& job : jobs) {
         if (!kurvalux_platform::FileExists(job.temp_path)) continue;  // a chart without points
         if (!kurvalux_platform::RenameFile(job.temp_path, job.final_path)) {

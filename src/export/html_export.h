@@ -55,9 +55,12 @@ std::string PageBaseName(const std::string& page_path);
 std::string ImageFileName(const std::string& base, const kurvalux_data::CObjectListElem& object,
                           bool thumbnail);
 
-// The page text (CR LF line ends). `field_name` is the Field's name.
+// The page text (CR LF line ends). `field_name` is the Field's name. `drawn`, when given, says
+// which objects got an image; an object without one (no points to draw) gets an empty
+// "Light Curve" cell rather than a link to a missing file.
 std::string HtmlPageText(const kurvalux_data::Field& field, const std::string& field_name,
-                         const std::string& base_name, const HtmlOptions& options);
+                         const std::string& base_name, const HtmlOptions& options,
+                         const std::vector<bool>* drawn = nullptr);
 
 // Progress while the images are drawn: (objects done, objects in all); return false to
 // cancel. Called on the exporting thread only.
