@@ -216,17 +216,20 @@ HtmlExportResult ExportHtml(const kurvalux_data::Field& field, const std::string
                         done.fetch_add(1);
                     }
                 });
-            // The caller's thread reports progress and takes a cancel while the workers draw.
-            while (done.load() < total && !stop.load()) {
+            // The caller's thread reports progress and takes a cancel while the workers draw;
+            // the last report comes with every image drawn, and a cancel then still discards
+            // the run, since nothing has taken its name yet.
+            for (;;) {
+                const bool finished = done.load() >= total || stop.load();
                 if (progress && !progress(done.load(), total)) {
                     stop = true;
                     result.cancelled = true;
                     break;
                 }
+                if (finished) break;
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));
             }
         }
-        if (progress && !result.cancelled && !failed) progress(done.load(), total);
         if (failed || result.cancelled) {
             RemoveAll(jobs);
             kurvalux_platform::RemoveFile(page_temp);
