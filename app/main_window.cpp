@@ -87,6 +87,7 @@ CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
     BuildMenus();
     BuildToolBar();
     BuildStatusBar();
+    InstallReportActions();
     pane_->Refresh();
     UpdateTitle();
     UpdateStatus();
@@ -306,6 +307,10 @@ std::string CKurvalux::ChooseFile(FileRequest request, const std::string& sugges
             result = QFileDialog::getSaveFileName(this, "Save Graph As SVG", Q(suggested),
                                                   "SVG Files (*.svg);;All Files (*.*)");
             break;
+        case FileRequest::kSaveCsv:
+        case FileRequest::kSaveHtml:
+        case FileRequest::kSaveText:
+            return ChooseReportFile(request, suggested);
     }
     return result.toStdString();
 }
@@ -467,7 +472,7 @@ bool CKurvalux::Dispatch(int command) {
             pane_->ClearZoom();
             break;
         default:
-            return false;
+            return DispatchReport(command);
     }
     return true;
 }

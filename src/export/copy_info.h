@@ -23,10 +23,6 @@ extern const std::array<MaskKeyword, 17> kMaskKeywords;
 // The seventeen meaning lines of the dialog, separated by CR LF.
 std::string MaskKeywordMeanings();
 
-// The mask offered before the user defines one: the object with its coordinates, then its
-// ephemeris.
-extern const char* const kDefaultCopyInfoMask;
-
 // Fills `mask` with the data of `object` (of the field named `field_name`). The keywords are
 // taken in table order, each replaced at every occurrence, the search for the next one going
 // on from where the value was inserted. Unknown coordinates give empty text; M0, period and
