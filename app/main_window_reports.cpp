@@ -272,7 +272,8 @@ void CKurvalux::CopyObjectInfo() {
     CObjectListElem* object = pane_->CurrentObject();
     if (!object) return;  // nothing selected: nothing to copy
     const std::string text = kurvalux_export::SubstituteCopyInfo(
-        settings_.copy_data_mask, kurvalux_export::FieldNameOfPath(path_), *object);
+        kurvalux_export::EffectiveCopyInfoMask(settings_.copy_data_mask),
+        kurvalux_export::FieldNameOfPath(path_), *object);
     // The program's texts are 8-bit (the degree sign is 0xB0).
     QGuiApplication::clipboard()->setText(QString::fromLatin1(text.data(), qsizetype(text.size())));
 }
@@ -291,7 +292,8 @@ void CKurvalux::DefineCopyInfoMask() {
     columns->addWidget(new QLabel(
         QString::fromLatin1(meanings.data(), qsizetype(meanings.size())).replace("\r\n", "\n")));
     layout->addWidget(grid);
-    auto* edit = new QLineEdit(QString::fromLatin1(settings_.copy_data_mask.c_str()));
+    auto* edit = new QLineEdit(QString::fromLatin1(
+        kurvalux_export::EffectiveCopyInfoMask(settings_.copy_data_mask).c_str()));
     edit->setObjectName("mask");
     edit->setMaxLength(int(kurvalux_export::kMaskCapacity));
     edit->setMinimumWidth(600);

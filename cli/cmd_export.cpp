@@ -229,7 +229,7 @@ int CopyInfo(const Args& args) {
     } else {
         kurvalux_data::Settings settings;
         kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
-        mask = settings.copy_data_mask;
+        mask = kurvalux_export::EffectiveCopyInfoMask(settings.copy_data_mask);
     }
     std::fputs(kurvalux_export::SubstituteCopyInfo(
                    mask, kurvalux_export::FieldNameOfPath(args.positional[0]), *object)

@@ -41,10 +41,7 @@ struct Settings {
     int splitter1 = 220, splitter2 = 300, splitter3 = 260;
     // Period searches.
     double minimal_period = 0.1, maximal_period = 10.0, period_steps = 100000.0;
-    // The copy-info mask (Ctrl+K): the object, its position and its ephemeris.
-    std::string copy_data_mask =
-        "%OBJ_NAME% (%ALT_OBJ_NAME%) %VAR_TYPE%%CRLF%R.A. %RA%  Dec. %DEC%%CRLF%"
-        "M0 = %M0%  P = %PERIOD%%CRLF%";  // 1023
+    std::string copy_data_mask;           // 1023
     std::string root_path;                // 259
     std::string web_repository_server;    // 259
     std::string web_repository_path;      // 259

@@ -30,6 +30,15 @@ const std::array<MaskKeyword, 17> kMaskKeywords = {{
     {"%CRLF%", "End of line"},
 }};
 
+const char* const kDefaultCopyInfoMask =
+    "%OBJ_NAME% (%ALT_OBJ_NAME%) %VAR_TYPE%%CRLF%"
+    "R.A. %RA%  Dec. %DEC%%CRLF%"
+    "M0 = %M0%  P = %PERIOD%%CRLF%";
+
+std::string EffectiveCopyInfoMask(const std::string& settings_mask) {
+    return settings_mask.empty() ? std::string(kDefaultCopyInfoMask) : settings_mask;
+}
+
 std::string MaskKeywordMeanings() {
     std::string text;
     for (size_t i = 0; i < kMaskKeywords.size(); ++i) {

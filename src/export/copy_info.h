@@ -23,6 +23,12 @@ extern const std::array<MaskKeyword, 17> kMaskKeywords;
 // The seventeen meaning lines of the dialog, separated by CR LF.
 std::string MaskKeywordMeanings();
 
+// The mask used while the settings hold none (an empty mask would copy nothing): the object,
+// its position and its ephemeris.
+extern const char* const kDefaultCopyInfoMask;
+// The settings' mask, or the default one when it is empty.
+std::string EffectiveCopyInfoMask(const std::string& settings_mask);
+
 // Fills `mask` with the data of `object` (of the field named `field_name`). The keywords are
 // taken in table order, each replaced at every occurrence, the search for the next one going
 // on from where the value was inserted. Unknown coordinates give empty text; M0, period and

@@ -51,11 +51,11 @@ TEST(CliReports, ExportsWriteTheirFilesAndRefuseWhatDoesNotBelong) {
                                           "--kind", "phased", "--out", f.folder.Path() + "e.txt"});
     EXPECT_EQ(phased_without.status, 1);
     EXPECT_EQ(phased_without.err,
-              "Export failed: Cannot export phased light curve / if M0 and/or P is not defined\n");
+              "Export failed: Cannot export phased light curve if M0 and/or P is not defined\n");
     const CliRun minima = RunCli({"export", "minima", f.field, "--object", "Empty Star", "--out",
                                   f.folder.Path() + "m.txt"});
     EXPECT_EQ(minima.status, 1);
-    EXPECT_EQ(minima.err, "Export failed: No minima defined for / the selected object.\n");
+    EXPECT_EQ(minima.err, "Export failed: No minima defined for the selected object.\n");
     const CliRun wrong =
         RunCli({"export", "csv", f.field, "--out", f.folder.Path() + "x.csv", "--prefix", "img/"});
     EXPECT_EQ(wrong.status, 2);
