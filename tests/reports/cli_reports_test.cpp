@@ -45,7 +45,7 @@ TEST(CliReports, ExportsWriteTheirFilesAndRefuseWhatDoesNotBelong) {
     const CliRun series = RunCli({"export", "series", f.field, "--object", "Test Binary", "--kind",
                                   "phased", "--out", f.folder.Path() + "p.txt"});
     ASSERT_EQ(series.status, 0) << series.err;
-    EXPECT_EQ(f.folder.Read("p.txt").substr(0, 49),
+    EXPECT_EQ(f.folder.Read("p.txt").substr(0, 48),
               "# Kurvalux export: Test Binary (phased series)\r\n");
     const CliRun phased_without = RunCli({"export", "series", f.field, "--object", "Empty Star",
                                           "--kind", "phased", "--out", f.folder.Path() + "e.txt"});
