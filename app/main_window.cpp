@@ -96,6 +96,7 @@ CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
     BuildToolBar();
     BuildStatusBar();
     web_ = new CWebCommands(*this);
+    InstallReportActions();
     pane_->Refresh();
     UpdateTitle();
     UpdateStatus();
@@ -319,6 +320,10 @@ std::string CKurvalux::ChooseFile(FileRequest request, const std::string& sugges
             result = QFileDialog::getSaveFileName(this, "Save Graph As SVG", Q(suggested),
                                                   "SVG Files (*.svg);;All Files (*.*)");
             break;
+        case FileRequest::kSaveCsv:
+        case FileRequest::kSaveHtml:
+        case FileRequest::kSaveText:
+            return ChooseReportFile(request, suggested);
     }
     return result.toStdString();
 }
@@ -487,7 +492,7 @@ bool CKurvalux::Dispatch(int command) {
             pane_->ClearZoom();
             break;
         default:
-            return false;
+            return DispatchReport(command);
     }
     return true;
 }

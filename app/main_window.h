@@ -22,12 +22,13 @@ class QCloseEvent;
 namespace kurvalux_app {
 
 class CKurvaluxPane;
+class CSheetWindow;
 class CFormDialog;
 class CQtMessageBoxSink;
 class CWebCommands;
 
 // What a file dialog is asked for.
-enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg };
+enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg, kSaveCsv, kSaveHtml, kSaveText };
 // Returns the chosen path, or empty when cancelled. `suggested` is the proposed file or folder.
 using FileChooser = std::function<std::string(FileRequest, const std::string& suggested)>;
 using DialogRunner = std::function<int(QDialog&)>;
@@ -75,6 +76,8 @@ public:
 
     void SetDialogRunner(DialogRunner runner) { dialogs_ = std::move(runner); }
     void SetFileChooser(FileChooser chooser) { files_ = std::move(chooser); }
+    // The observation sheet window (Ctrl+Shift+O), built anew from the Field.
+    void ShowObservationSheet();
 
     // Placement and splitters from the settings (start-up) and back (closing).
     void RestorePlacement();
@@ -139,6 +142,17 @@ private:
                            const std::vector<kurvalux_data::CPeriodListElem>& offered);
     void UsersGuide();
     void About();
+    // Reports (main_window_reports.cpp).
+    bool DispatchReport(int command);
+    std::string ChooseReportFile(FileRequest request, const std::string& suggested);
+    void ExportCsvCommand();
+    void ExportHtmlCommand();
+    void ExportTextCommand(int command);
+    void ExportIndividualCommand();
+    void CopyObjectInfo();
+    void DefineCopyInfoMask();
+    void InstallReportActions();
+    CSheetWindow* sheet_window_ = nullptr;
 
     std::string ChooseFile(FileRequest request, const std::string& suggested);
 

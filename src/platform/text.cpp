@@ -1,5 +1,7 @@
 #include "platform/text.h"
 
+#include "platform/sexagesimal.h"
+
 #include <cctype>
 #include <charconv>
 #include <cmath>
@@ -37,39 +39,13 @@ std::string FormatHex(unsigned long long value) {
     return std::string(buffer, result.ptr);
 }
 
-namespace {
-// Splits |value| (hours or degrees) into whole units, minutes and seconds rounded to
-// `decimals`, carrying a rounded 60 into the next field.
-std::string FormatSexagesimal(double value, int decimals, bool sign) {
-    const double scale = std::pow(10.0, decimals);
-    // Positions come in range from the readers; anything else is shown as zero rather than
-    // overflowing the integer fields.
-    if (!(std::fabs(value) <= 1e6)) value = 0;
-    long long ticks = std::llround(std::fabs(value) * 3600.0 * scale);
-    // The sign of what is written: a value that rounds to zero is written unsigned ("+" for a
-    // declination), so that it reads back to the same text.
-    const bool negative = value < 0 && ticks > 0;
-    const long long per_minute = static_cast<long long>(60 * scale);
-    const long long per_unit = 60 * per_minute;
-    long long units = ticks / per_unit;
-    ticks -= units * per_unit;
-    long long minutes = ticks / per_minute;
-    ticks -= minutes * per_minute;
-    double seconds = static_cast<double>(ticks) / scale;
-    char buffer[64];
-    std::snprintf(buffer, sizeof buffer, "%s%02lld:%02lld:%0*.*f",
-                  sign ? (negative ? "-" : "+") : (negative ? "-" : ""), units, minutes,
-                  decimals + 3, decimals, seconds);
-    return buffer;
-}
-}  // namespace
-
+// The field file's position texts are one style of the program's sexagesimal formatter.
 std::string FormatRaSexagesimal(double ra_radians) {
-    return FormatSexagesimal(ra_radians * 12.0 / M_PI, 3, false);
+    return FormatRightAscension(ra_radians, SexagesimalStyle::kColons, SexagesimalSign::kExplicit);
 }
 
 std::string FormatDecSexagesimal(double dec_radians) {
-    return FormatSexagesimal(dec_radians * 180.0 / M_PI, 2, true);
+    return FormatDeclination(dec_radians, SexagesimalStyle::kColons, SexagesimalSign::kExplicit);
 }
 
 bool ParseSexagesimal(std::string_view text, double& value) {

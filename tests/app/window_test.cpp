@@ -171,7 +171,7 @@ TEST_F(WindowTest, WebCommandsAreRefusedWithoutASession) {
     }
     // Commands of features still to come do nothing at all; unknown numbers neither.
     boxes_.Clear();
-    EXPECT_FALSE(window_->Dispatch(kCmdExportCsv));
+    EXPECT_FALSE(window_->Dispatch(kCmdLoadAlternateNames));
     EXPECT_FALSE(window_->Dispatch(4711));
     EXPECT_TRUE(Boxes().empty());
     EXPECT_FALSE(window_->Modified());
