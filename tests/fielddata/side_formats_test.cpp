@@ -54,7 +54,7 @@ TEST(SideFormats, FitTextsWrittenAndReadOnlyWhereGiven) {
     object.fit[kSecPhase] = 0.5;
     const std::string text = FitParametersText(object);
     EXPECT_EQ(
-        text.substr(0, 71),
+        text.substr(0, 76),
         "KurvaluxFitParameters\r\nfit\r\n\tmag0 = 12.500000\r\n\tsec_phase = 0.500000\r\n\ta_pri");
 
     // A text with only some parameter lines changes only those.
