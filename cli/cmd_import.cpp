@@ -14,47 +14,6 @@ namespace {
 
 using namespace kurvalux_data;
 
-std::string Upper(const std::string& s) {
-    std::string out;
-    for (char c : s) out += static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
-    return out;
-}
-
-// The AAVSO Extended Format holds many stars: the one asked for, else the one named like the
-// object, else the only one.
-bool ChooseStar(ImportResult& result, const std::string& object_name, bool star_given) {
-    if (star_given || result.format != ImportFormat::kAavsoExtended) return true;
-    std::vector<std::string> stars;
-    for (const ImportedSeries& s : result.series)
-        if (std::find(stars.begin(), stars.end(), s.star) == stars.end()) stars.push_back(s.star);
-    std::string chosen;
-    if (std::find(stars.begin(), stars.end(), Upper(object_name)) != stars.end())
-        chosen = Upper(object_name);
-    else if (stars.size() == 1)
-        chosen = stars[0];
-    if (chosen.empty()) {
-        std::string list;
-        for (size_t i = 0; i < stars.size() && i < 8; ++i) list += (i ? ", " : "") + stars[i];
-        std::fprintf(stderr,
-                     "The file holds %zu stars and none is named %s: choose one with "
-                     "--star (%s%s)\n",
-                     stars.size(), object_name.c_str(), list.c_str(),
-                     stars.size() > 8 ? ", ..." : "");
-        return false;
-    }
-    int others = 0;
-    std::vector<ImportedSeries> kept;
-    for (ImportedSeries& s : result.series) {
-        if (s.star == chosen)
-            kept.push_back(std::move(s));
-        else
-            others += static_cast<int>(s.times.size());
-    }
-    result.series = std::move(kept);
-    if (others) result.skipped["another star"] += others;
-    return true;
-}
-
 int Import(const Args& args) {
     ImportOptions options;
     options.star = args.Get("star");
@@ -90,7 +49,11 @@ int Import(const Args& args) {
         std::fprintf(stderr, "Cannot import %s: %s\n", file.c_str(), result.message.c_str());
         return 1;
     }
-    if (!ChooseStar(result, object->name, args.Has("star"))) return 1;
+    std::string star_message;
+    if (!ChooseImportedStar(result, object->name, args.Has("star"), star_message)) {
+        std::fprintf(stderr, "%s\n", star_message.c_str());
+        return 1;
+    }
     std::printf("format %s\n", ImportFormatName(result.format));
 
     AddImportOptions add;

@@ -1,5 +1,6 @@
 // An imported series becomes a photometry file of the program's own format beside the
 // object's other files, then a series read from that file exactly as a field load reads it.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
@@ -165,6 +166,43 @@ std::vector<ImportedSeries> SplitAtGaps(const ImportedSeries& series, double hou
         parts.back().errors.push_back(series.errors[i]);
     }
     return parts;
+}
+
+std::string UpperName(const std::string& s) {
+    std::string out;
+    for (char c : s) out += static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+    return out;
+}
+
+bool ChooseImportedStar(ImportResult& result, const std::string& object_name, bool star_given,
+                        std::string& message) {
+    if (star_given || result.format != ImportFormat::kAavsoExtended) return true;
+    std::vector<std::string> stars;
+    for (const ImportedSeries& s : result.series)
+        if (std::find(stars.begin(), stars.end(), s.star) == stars.end()) stars.push_back(s.star);
+    std::string chosen;
+    if (std::find(stars.begin(), stars.end(), UpperName(object_name)) != stars.end())
+        chosen = UpperName(object_name);
+    else if (stars.size() == 1)
+        chosen = stars[0];
+    if (chosen.empty()) {
+        std::string list;
+        for (size_t i = 0; i < stars.size() && i < 8; ++i) list += (i ? ", " : "") + stars[i];
+        message = "The file holds " + std::to_string(stars.size()) + " stars and none is named " +
+                  object_name + ": choose one (" + list + (stars.size() > 8 ? ", ...)" : ")");
+        return false;
+    }
+    int others = 0;
+    std::vector<ImportedSeries> kept;
+    for (ImportedSeries& s : result.series) {
+        if (s.star == chosen)
+            kept.push_back(std::move(s));
+        else
+            others += static_cast<int>(s.times.size());
+    }
+    result.series = std::move(kept);
+    if (others) result.skipped["another star"] += others;
+    return true;
 }
 
 std::string ImportFolder(const CObjectListElem& object, const std::string& fallback) {

@@ -50,6 +50,13 @@ struct ImportResult {
     std::map<std::string, int> skipped;  // rows left out, counted per reason
 };
 
+// The AAVSO Extended Format holds many stars: keeps the series of `star` when given (the
+// reader already did), else of the star named like the object (any letter case), else of the
+// only star; the others are counted as skipped. False, with the stars listed in `message`,
+// when there is no such star.
+bool ChooseImportedStar(ImportResult& result, const std::string& object_name, bool star_given,
+                        std::string& message);
+
 // Reads a whole file's text.
 ImportResult ImportPhotometryText(std::string_view text, const ImportOptions& options);
 ImportResult ImportPhotometryFile(const std::string& path, const ImportOptions& options);
