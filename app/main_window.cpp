@@ -306,6 +306,10 @@ std::string CKurvalux::ChooseFile(FileRequest request, const std::string& sugges
             result = QFileDialog::getSaveFileName(this, "Save Graph As SVG", Q(suggested),
                                                   "SVG Files (*.svg);;All Files (*.*)");
             break;
+        case FileRequest::kOpenText:
+        case FileRequest::kSaveText:
+        case FileRequest::kImport:
+            return ChooseTextFile(request, suggested);
     }
     return result.toStdString();
 }
@@ -467,7 +471,7 @@ bool CKurvalux::Dispatch(int command) {
             pane_->ClearZoom();
             break;
         default:
-            return false;
+            return DispatchSide(command);
     }
     return true;
 }

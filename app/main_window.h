@@ -26,7 +26,16 @@ class CFormDialog;
 class CQtMessageBoxSink;
 
 // What a file dialog is asked for.
-enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg };
+enum class FileRequest {
+    kOpenField,
+    kSaveField,
+    kFolder,
+    kSaveImage,
+    kSaveSvg,
+    kOpenText,
+    kSaveText,
+    kImport
+};
 // Returns the chosen path, or empty when cancelled. `suggested` is the proposed file or folder.
 using FileChooser = std::function<std::string(FileRequest, const std::string& suggested)>;
 using DialogRunner = std::function<int(QDialog&)>;
@@ -135,6 +144,17 @@ private:
                            const std::vector<kurvalux_data::CPeriodListElem>& offered);
     void UsersGuide();
     void About();
+    // Side texts, series offsets, levelling and imports (main_window_side.cpp).
+    bool DispatchSide(int command);
+    void SideSave(int command);
+    void SideLoad(int command);
+    void SideCopy(int command);
+    void SidePaste(int command);
+    void LoadAlternateNames();
+    void LevelSeries(int command);
+    void ClearSeriesOffsets();
+    void ImportPhotometry();
+    std::string ChooseTextFile(FileRequest request, const std::string& title);
 
     std::string ChooseFile(FileRequest request, const std::string& suggested);
 
