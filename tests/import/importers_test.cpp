@@ -111,11 +111,18 @@ TEST(Importers, ExoplanetReportAndMeasurementTable) {
 
     ImportOptions options;
     options.time_column = "J.D.-2400000";
-    options.column = "Source-Sky_T1";
     const ImportResult raw = ImportPhotometryFile(table, options);
     ASSERT_TRUE(raw.ok) << raw.message;
     EXPECT_EQ(raw.series[0].standard, TimeStandard::kJdUtc);
-    ExpectRow(raw.series[0], 0, {2458962.774988, 143870.794601, 499.360505});
+    ExpectRow(raw.series[0], 0, {2458962.774988, 0.046438, 0.000164});
+    // Sky-subtracted counts run to 10^5: the photometry format reads 99 or more as a missing
+    // measurement, so such a column cannot be imported and says why.
+    options.column = "Source-Sky_T1";
+    const ImportResult counts = ImportPhotometryFile(table, options);
+    EXPECT_FALSE(counts.ok);
+    EXPECT_EQ(counts.message, "No measurement to import");
+    EXPECT_EQ(counts.skipped,
+              (std::map<std::string, int>{{"flux 99 or more (read as missing)", 288}}));
 }
 
 TEST(Importers, PlainColumns) {

@@ -101,6 +101,15 @@ ImportedSeries& SeriesFor(ImportResult& result, const std::string& star,
     return result.series.back();
 }
 
+// The photometry format marks a missing measurement by a value of 99 or more, whatever the
+// unit: such a value cannot be written, and is left out with its reason.
+bool Unwritable(double v, uint32_t unit, ImportResult& result) {
+    if (v < kMissingValue) return false;
+    ++result.skipped[unit == kUnitMagnitude ? "magnitude 99 or more"
+                                            : "flux 99 or more (read as missing)"];
+    return true;
+}
+
 void Append(ImportedSeries& s, double t, double v, double e) {
     s.times.push_back(t);
     s.values.push_back(v);
@@ -225,10 +234,7 @@ ImportResult ReadAavso(const std::vector<Line>& lines, const ImportOptions& opti
         if (!IsMissing(field(f, error_name)) && !Number(field(f, error_name), e))
             return Refuse(result, "Line " + std::to_string(line.number) + ": the " + error_name +
                                       " " + Quote(field(f, error_name)) + " is not a number");
-        if (unit == kUnitMagnitude && v >= kMissingValue) {
-            ++result.skipped["magnitude 99 or more"];
-            continue;
-        }
+        if (Unwritable(v, unit, result)) continue;
         ImportedSeries& s = SeriesFor(result, star, filter);
         if (s.times.empty()) {
             s.unit = unit;
@@ -309,6 +315,7 @@ ImportResult ReadMeasurementTable(const std::vector<Line>& lines, const ImportOp
         }
         if (!Number(f[*value], v))
             return Refuse(result, where + value_name + " " + Quote(f[*value]) + " is not a number");
+        if (Unwritable(v, s.unit, result)) continue;
         if (error && *error < f.size() && !Number(f[*error], e)) e = 0;
         if (s.times.empty() && ra && dec && *ra < f.size() && *dec < f.size()) {
             double h = 0, d = 0;
@@ -392,10 +399,7 @@ ImportResult ReadColumns(const std::vector<Line>& lines, const ImportOptions& op
         if (f.size() == 3 && !IsMissing(f[2]) && !Number(f[2], e))
             return Refuse(result, "Line " + std::to_string(line.number) + ": the error " +
                                       Quote(f[2]) + " is not a number");
-        if (s.unit == kUnitMagnitude && v >= kMissingValue) {
-            ++result.skipped["magnitude 99 or more"];
-            continue;
-        }
+        if (Unwritable(v, s.unit, result)) continue;
         Append(s, t + add, v, e);
     }
     if (s.times.empty()) return Refuse(result, "No measurement to import");
