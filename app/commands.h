@@ -66,6 +66,7 @@ enum Command : int {
     kCmdScanEntireField = 1071,
     kCmdLocateMissingFiles = 1072,
     kCmdRemoveUnavailableSeries = 1073,
+    kCmdImportPhotometry = 1074,
     kCmdCopyObjectInfo = 1080,
     kCmdDefineCopyInfoMask = 1081,
     kCmdAutoAcceptM0Period = 1085,

@@ -324,6 +324,10 @@ std::string CKurvalux::ChooseFile(FileRequest request, const std::string& sugges
         case FileRequest::kSaveHtml:
         case FileRequest::kSaveText:
             return ChooseReportFile(request, suggested);
+        case FileRequest::kOpenSideText:
+        case FileRequest::kSaveSideText:
+        case FileRequest::kImport:
+            return ChooseTextFile(request, suggested);
     }
     return result.toStdString();
 }
@@ -492,7 +496,7 @@ bool CKurvalux::Dispatch(int command) {
             pane_->ClearZoom();
             break;
         default:
-            return DispatchReport(command);
+            return DispatchReport(command) || DispatchSide(command);
     }
     return true;
 }

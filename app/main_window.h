@@ -28,7 +28,21 @@ class CQtMessageBoxSink;
 class CWebCommands;
 
 // What a file dialog is asked for.
-enum class FileRequest { kOpenField, kSaveField, kFolder, kSaveImage, kSaveSvg, kSaveCsv, kSaveHtml, kSaveText };
+// kSaveText: a report's text file; kOpenSideText / kSaveSideText: the .txt files of fit
+// parameters, object data, offsets and alternate names; kImport: a foreign photometry file.
+enum class FileRequest {
+    kOpenField,
+    kSaveField,
+    kFolder,
+    kSaveImage,
+    kSaveSvg,
+    kSaveCsv,
+    kSaveHtml,
+    kSaveText,
+    kOpenSideText,
+    kSaveSideText,
+    kImport
+};
 // Returns the chosen path, or empty when cancelled. `suggested` is the proposed file or folder.
 using FileChooser = std::function<std::string(FileRequest, const std::string& suggested)>;
 using DialogRunner = std::function<int(QDialog&)>;
@@ -153,6 +167,17 @@ private:
     void DefineCopyInfoMask();
     void InstallReportActions();
     CSheetWindow* sheet_window_ = nullptr;
+    // Side texts, series offsets, levelling and imports (main_window_side.cpp).
+    bool DispatchSide(int command);
+    void SideSave(int command);
+    void SideLoad(int command);
+    void SideCopy(int command);
+    void SidePaste(int command);
+    void LoadAlternateNames();
+    void LevelSeries(int command);
+    void ClearSeriesOffsets();
+    void ImportPhotometry();
+    std::string ChooseTextFile(FileRequest request, const std::string& title);
 
     std::string ChooseFile(FileRequest request, const std::string& suggested);
 

@@ -82,6 +82,10 @@ kurvalux_platform::CStreamMessageBoxSink& Messages();
 // root directory). Prints "Cannot load field: PATH" and returns false when it fails.
 bool LoadFieldArgument(const Args& args, kurvalux_data::Field& field);
 
+// Where the series files of the field named by args.positional[0] are looked for (--root, or
+// the settings file's root directory; the program's folder; the field's folder).
+kurvalux_data::PathBases FieldPathBases(const Args& args);
+
 // Finds --object NAME; prints "No object named NAME" and returns null when absent.
 kurvalux_data::CObjectListElem* FindObjectArgument(const Args& args, kurvalux_data::Field& field);
 

@@ -22,6 +22,20 @@ std::string FolderOf(const std::string& path) {
 }
 }  // namespace
 
+kurvalux_data::PathBases FieldPathBases(const Args& args) {
+    kurvalux_data::PathBases bases;
+    if (args.Has("root")) {
+        bases.root_directory = args.Get("root");
+    } else {
+        kurvalux_data::Settings settings;
+        kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
+        bases.root_directory = settings.root_path;
+    }
+    bases.program_folder = kurvalux_platform::ProgramFolder();
+    if (!args.positional.empty()) bases.field_folder = FolderOf(args.positional[0]);
+    return bases;
+}
+
 bool LoadFieldArgument(const Args& args, kurvalux_data::Field& field) {
     if (args.positional.empty()) {
         std::fprintf(stderr, "kurvalux-cli: no field file given\n");
@@ -29,15 +43,7 @@ bool LoadFieldArgument(const Args& args, kurvalux_data::Field& field) {
     }
     const std::string& path = args.positional[0];
     kurvalux_data::FieldLoadOptions options;
-    if (args.Has("root")) {
-        options.bases.root_directory = args.Get("root");
-    } else {
-        kurvalux_data::Settings settings;
-        kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
-        options.bases.root_directory = settings.root_path;
-    }
-    options.bases.program_folder = kurvalux_platform::ProgramFolder();
-    options.bases.field_folder = FolderOf(path);
+    options.bases = FieldPathBases(args);
     kurvalux_data::FieldLoadResult result = LoadField(path, field, options, Messages());
     if (!result.ok) {
         std::fprintf(stderr, "Cannot load field: %s\n", path.c_str());

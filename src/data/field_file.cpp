@@ -37,19 +37,26 @@ struct LoadEvent {
 
 class FieldTextReader {
 public:
-    explicit FieldTextReader(std::string_view text) : scanner_(text), blocks_(scanner_) {}
+    explicit FieldTextReader(std::string_view text)
+        : own_scanner_(text), scanner_(own_scanner_), blocks_(scanner_) {}
+    // Reads from a scanner that a side text format has already moved past its own header.
+    explicit FieldTextReader(CKeywordScanner& scanner)
+        : own_scanner_(std::string_view()), scanner_(scanner), blocks_(scanner_) {}
 
     // Reads everything; on a syntax failure returns false with what was read before it.
     bool Read(Field& field, int& announced_objects);
     const std::string& Error() const { return scanner_.Error(); }
 
+    // Reads the keys of one object block up to its "end_object" into `object`; keys absent
+    // from the text keep their values. Series blocks are left in `pending`.
+    bool ReadObject(CObjectListElem& object);
+
     std::vector<PendingSeries> pending;
     std::vector<LoadEvent> events;
 
 private:
-    bool ReadObject(CObjectListElem& object);
-
-    CKeywordScanner scanner_;
+    CKeywordScanner own_scanner_;
+    CKeywordScanner& scanner_;
     CKvfBlockReader blocks_;
 };
 
@@ -296,6 +303,46 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
     if (options.progress) options.progress(static_cast<int>(field.objects.size()), announced);
     result.ok = true;
     return result;
+}
+
+bool ReadObjectBlock(CKeywordScanner& scanner, CObjectListElem& object, const PathBases& bases,
+                     ObjectBlockResult& result) {
+    result = {};
+    // A first pass into a scratch object finds any syntax failure before the object is
+    // touched, so that a damaged text leaves it as it was.
+    {
+        CKeywordScanner probe = scanner;
+        FieldTextReader reader(probe);
+        CObjectListElem scratch;
+        if (!reader.ReadObject(scratch)) {
+            scanner = probe;
+            return false;
+        }
+    }
+    FieldTextReader reader(scanner);
+    if (!reader.ReadObject(object)) return false;
+    LoadPendingSeries(reader.pending, bases, true);
+    for (LoadEvent& event : reader.events) {
+        if (event.pending == SIZE_MAX) {
+            ++result.series_refused;
+            continue;
+        }
+        PendingSeries& p = reader.pending[event.pending];
+        if (!p.loaded) {
+            // Kept, as a field load keeps it, so that the series block is not lost.
+            const double after =
+                object.series.empty() ? -HUGE_VAL : object.series.back()->FirstTime();
+            object.unavailable_series.push_back({std::move(p.series), p.path, p.error, after});
+            ++result.series_unavailable;
+            continue;
+        }
+        std::vector<std::string> refusal;
+        if (object.AddSeries(std::move(p.series), p.path, refusal))
+            ++result.series_added;
+        else
+            ++result.series_refused;
+    }
+    return true;
 }
 
 std::string FieldToText(const Field& field) {

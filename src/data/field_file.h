@@ -42,6 +42,21 @@ FieldLoadResult LoadFieldText(const std::string& text, Field& field,
                               const FieldLoadOptions& options,
                               kurvalux_platform::CMessageBoxSink& messages);
 
+// What reading one object block added to the object.
+struct ObjectBlockResult {
+    int series_added = 0;
+    int series_refused = 0;      // duplicate first time, other value type, duplicate web entry
+    int series_unavailable = 0;  // kept, their photometry files could not be read
+};
+
+// Reads one object block ("object" ... "end_object") into `object`: the scanner stands at the
+// line after "object". Keys absent from the text keep their values; series blocks add series
+// without message boxes (the counts say what became of them). A syntax failure leaves the
+// object unchanged and the scanner's message. The field reader uses the same code.
+class CKeywordScanner;
+bool ReadObjectBlock(CKeywordScanner& scanner, CObjectListElem& object, const PathBases& bases,
+                     ObjectBlockResult& result);
+
 // Builds the whole text of a field description file.
 std::string FieldToText(const Field& field);
 

@@ -114,6 +114,7 @@ const std::vector<std::string> kExpectedMenus = {
     "  ---",
     "  (Re)Scan File Series...\tCtrl+R\t1070",
     "  Remove Unavailable Series...\t\t1073",
+    "  Import Photometry...\t\t1074",
     "  ---",
     "  Level series by Median\t\t1055",
     "  Level series by Range\t\t1056",
@@ -181,14 +182,14 @@ TEST(MenuTable, RecentFilesOpenTheFieldMenuWithTheirSeparator) {
 
 TEST(MenuTable, LaterFeaturesAreGreyedAndTheRestAvailable) {
     // Commands whose features arrive later stay visible but cannot be chosen.
-    const std::vector<int> later = {1016, 1060, 1061, 1062, 1063, 1065, 1066, 1067, 1068,
-                                    1050, 1051, 1052, 1053, 1054, 1055, 1056, 1057};
+    const std::vector<int> later = {};
     const std::vector<int> wired = {
         1001, 1002, 1003, 1004, 1071, 1010, 1011, 1006, 1005, 1012,  1013,  1014, 1015, 1017,
         1018, 1019, 1047, 1048, 1085, 1130, 1131, 1132, 1133, 1070,  1141,  1142, 1143, 1100,
         1150, 1151, 1101, 1102, 1140, 1110, 1111, 1190, 1191, 60000, 60007, 1072, 1073, 1020,
         1021, 1022, 1023, 1024, 1025, 1026, 1027, 1028, 1029, 1090,  1091,  1192, 1007, 1008,
-        1009, 1040, 1041, 1042, 1043, 1044, 1045, 1046, 1080, 1081};
+        1009, 1040, 1041, 1042, 1043, 1044, 1045, 1046, 1080, 1081, 1016, 1060, 1061, 1062,
+        1063, 1065, 1066, 1067, 1068, 1050, 1051, 1052, 1053, 1054, 1055, 1056, 1057, 1074};
     for (int c : later) EXPECT_FALSE(CommandAvailable(c)) << c;
     for (int c : wired) EXPECT_TRUE(CommandAvailable(c)) << c;
     EXPECT_FALSE(CommandAvailable(4242));
