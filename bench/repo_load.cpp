@@ -3,6 +3,7 @@
 // count and time. Reports requests per second, latency percentiles, and the publishes counted
 // afterwards in the database: every acknowledged one must be there exactly once. Runs on
 // SQLite, then on PostgreSQL inside a throw-away pg_virtualenv cluster when one can be made.
+#include <fcntl.h>
 #include <httplib.h>
 #include <signal.h>
 #include <spawn.h>

@@ -2,6 +2,7 @@
 // A real kurvalux-repo for the end-to-end tests: its database (an SQLite file in a temporary
 // folder, or a fresh PostgreSQL database when the suite runs under pg_virtualenv), the server
 // process on a loopback port the system picks, and its command line for the accounts.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <libpq-fe.h>
 #include <signal.h>
@@ -50,9 +51,9 @@ public:
         const char* password = std::getenv("PGPASSWORD");
         const char* dbname = std::getenv("PGDATABASE");
         url_ = std::string("postgresql://") + (user ? user : "postgres") +
-               (password ? std::string(":") + password : "") + "@" +
-               (host ? host : "localhost") + ":" + (port ? port : "5432") + "/" +
-               (dbname ? dbname : "postgres") + "?options=-csearch_path%3D" + name_;
+               (password ? std::string(":") + password : "") + "@" + (host ? host : "localhost") +
+               ":" + (port ? port : "5432") + "/" + (dbname ? dbname : "postgres") +
+               "?options=-csearch_path%3D" + name_;
     }
     ~CTestDatabase() {
         if (!name_.empty()) Admin("DROP SCHEMA IF EXISTS " + name_ + " CASCADE");
