@@ -19,10 +19,6 @@ CMenuEntry Sep() {
 CMenuEntry Item(const char* text, int command, const char* shortcut = "") {
     return {MenuRow::kItem, text, shortcut, command, false, true};
 }
-// A command whose feature arrives with a later version of the program: shown, greyed out.
-CMenuEntry Later(const char* text, int command, const char* shortcut = "") {
-    return {MenuRow::kItem, text, shortcut, command, false, false};
-}
 CMenuEntry Check(const char* text, int command, bool available = true) {
     return {MenuRow::kItem, text, "", command, true, available};
 }

@@ -169,9 +169,8 @@ TEST_F(WindowTest, WebCommandsAreRefusedWithoutASession) {
                   (std::vector<std::string>{"Login to some web repository prior",
                                             "to manipulation with shared objects."}));
     }
-    // Commands of features still to come do nothing at all; unknown numbers neither.
+    // An unknown command number does nothing at all.
     boxes_.Clear();
-    EXPECT_FALSE(window_->Dispatch(kCmdLoadAlternateNames));
     EXPECT_FALSE(window_->Dispatch(4711));
     EXPECT_TRUE(Boxes().empty());
     EXPECT_FALSE(window_->Modified());
