@@ -68,19 +68,6 @@ bool ReadInteger(const CJSONNode* node, int64_t& value) {
     return true;
 }
 
-bool ReadReal(const CJSONNode* node, double& value) {
-    if (!node) return false;
-    if (node->Kind() == EKind::Real) {
-        value = node->Real();
-        return true;
-    }
-    if (node->Kind() == EKind::Integer) {
-        value = static_cast<double>(node->Integer());
-        return true;
-    }
-    return false;
-}
-
 }  // namespace
 
 bool CJSON::ReadBoolean(const CJSONNode* node, bool& value) {
@@ -100,7 +87,7 @@ bool CJSON::GetInteger(std::string_view name, int64_t& value) const {
     return ReadInteger(Member(name), value);
 }
 bool CJSON::GetReal(std::string_view name, double& value) const {
-    return ReadReal(Member(name), value);
+    return NumberAsReal(Member(name), value);
 }
 bool CJSON::GetBoolean(std::string_view name, bool& value) {
     return ReadBoolean(Member(name), value);
@@ -112,7 +99,7 @@ bool CJSON::GetIntegerAt(size_t index, int64_t& value) const {
     return ReadInteger(Element(index), value);
 }
 bool CJSON::GetRealAt(size_t index, double& value) const {
-    return ReadReal(Element(index), value);
+    return NumberAsReal(Element(index), value);
 }
 bool CJSON::GetBooleanAt(size_t index, bool& value) {
     return ReadBoolean(Element(index), value);
@@ -214,6 +201,19 @@ bool CJSON::DeleteElement(size_t index) {
 bool CJSON::DeleteMember(std::string_view name) {
     CJSONNode* record = CurrentOf(EKind::Record);
     return record && record->Remove(record->Find(name));
+}
+
+bool NumberAsReal(const CJSONNode* node, double& value) {
+    if (!node) return false;
+    if (node->Kind() == EKind::Real) {
+        value = node->Real();
+        return true;
+    }
+    if (node->Kind() == EKind::Integer) {
+        value = static_cast<double>(node->Integer());
+        return true;
+    }
+    return false;
 }
 
 }  // namespace sjson

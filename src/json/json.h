@@ -125,4 +125,8 @@ private:
     std::string error_;
 };
 
+// A node's number as a real: a real, or an integer converted (answers write whole values of
+// real fields without a fraction). False for any other kind or no node.
+bool NumberAsReal(const CJSONNode* node, double& value);
+
 }  // namespace sjson

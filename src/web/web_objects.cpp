@@ -52,19 +52,6 @@ constexpr RecordKey kSeriesKeys[] = {
 constexpr RecordKey kMinimumKeys[] = {
     {"jd", EKind::Real}, {"error", EKind::Real}, {"type", EKind::String}};
 
-bool RealOf(const CJSONNode* node, double& value) {
-    if (!node) return false;
-    if (node->Kind() == EKind::Real) {
-        value = node->Real();
-        return true;
-    }
-    if (node->Kind() == EKind::Integer) {
-        value = static_cast<double>(node->Integer());
-        return true;
-    }
-    return false;
-}
-
 void AddKnownReal(CJSON& document, const char* name, double value, bool known) {
     if (known && std::isfinite(value)) document.AddReal(name, value);
 }
@@ -99,7 +86,7 @@ void CopyMember(const CJSONNode& from, CJSON& to, const RecordKey& key) {
             if (node->Kind() == EKind::Integer) to.AddInteger(key.name, node->Integer());
             break;
         default:
-            if (RealOf(node, real)) to.AddReal(key.name, real);
+            if (sjson::NumberAsReal(node, real)) to.AddReal(key.name, real);
             break;
     }
 }
@@ -145,13 +132,13 @@ CWebObjectListElem ReadObjectSummary(const CJSONNode& record) {
     StringMember(record, "var_type", e.var_type, kurvalux_data::kVariabilityTypeCapacity);
     StringMember(record, "catalog", e.catalog, kurvalux_data::kCatalogCapacity);
     StringMember(record, "catalog_id", e.catalog_id, kurvalux_data::kCatalogIdCapacity);
-    RealOf(MemberOf(record, "m0"), e.m0);
-    RealOf(MemberOf(record, "period"), e.period);
-    RealOf(MemberOf(record, "ra"), e.ra);
-    RealOf(MemberOf(record, "dec"), e.dec);
-    RealOf(MemberOf(record, "catalog_ra"), e.catalog_ra);
-    RealOf(MemberOf(record, "catalog_dec"), e.catalog_dec);
-    RealOf(MemberOf(record, "catalog_mag"), e.catalog_mag);
+    sjson::NumberAsReal(MemberOf(record, "m0"), e.m0);
+    sjson::NumberAsReal(MemberOf(record, "period"), e.period);
+    sjson::NumberAsReal(MemberOf(record, "ra"), e.ra);
+    sjson::NumberAsReal(MemberOf(record, "dec"), e.dec);
+    sjson::NumberAsReal(MemberOf(record, "catalog_ra"), e.catalog_ra);
+    sjson::NumberAsReal(MemberOf(record, "catalog_dec"), e.catalog_dec);
+    sjson::NumberAsReal(MemberOf(record, "catalog_mag"), e.catalog_mag);
     return e;
 }
 

@@ -19,19 +19,6 @@ using sjson::EKind;
 
 namespace {
 
-bool NumberOf(const CJSONNode* node, double& value) {
-    if (!node) return false;
-    if (node->Kind() == EKind::Real) {
-        value = node->Real();
-        return true;
-    }
-    if (node->Kind() == EKind::Integer) {
-        value = static_cast<double>(node->Integer());
-        return true;
-    }
-    return false;
-}
-
 // Reads the next blank-separated number of a "data" string.
 bool NextNumber(std::string_view& text, double& value) {
     size_t start = text.find_first_not_of(" \t");
@@ -59,9 +46,9 @@ std::unique_ptr<CWebSeriesTreeElem> ReadSeries(const CJSONNode& record,
     if (const CJSONNode* t = MemberOf(record, "file_time"); t && t->Kind() == EKind::Integer)
         series->file_time = static_cast<uint64_t>(t->Integer());
     kurvalux_data::CMetaData& meta = series->file_meta_data;
-    NumberOf(MemberOf(record, "var_aperture"), meta.var_aperture);
-    NumberOf(MemberOf(record, "cmp_aperture"), meta.cmp_aperture);
-    NumberOf(MemberOf(record, "chk_aperture"), meta.chk_aperture);
+    sjson::NumberAsReal(MemberOf(record, "var_aperture"), meta.var_aperture);
+    sjson::NumberAsReal(MemberOf(record, "cmp_aperture"), meta.cmp_aperture);
+    sjson::NumberAsReal(MemberOf(record, "chk_aperture"), meta.chk_aperture);
     if (const CJSONNode* t = MemberOf(record, "jd_type");
         t && t->Kind() == EKind::Integer && t->Integer() >= 0 && t->Integer() <= 2)
         meta.jd_type = static_cast<uint32_t>(t->Integer());
@@ -74,8 +61,8 @@ std::unique_ptr<CWebSeriesTreeElem> ReadSeries(const CJSONNode& record,
         minima && minima->Kind() == EKind::Array)
         for (const auto& m : minima->ChildNodes()) {
             CMinimaListElem minimum;
-            if (!NumberOf(MemberOf(*m, "jd"), minimum.time)) continue;
-            NumberOf(MemberOf(*m, "error"), minimum.error);
+            if (!sjson::NumberAsReal(MemberOf(*m, "jd"), minimum.time)) continue;
+            sjson::NumberAsReal(MemberOf(*m, "error"), minimum.error);
             std::string type;
             StringMember(*m, "type", type, 15);
             minimum.type = MinimumType(type);
