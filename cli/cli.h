@@ -88,6 +88,10 @@ kurvalux_data::PathBases FieldPathBases(const Args& args);
 
 // Finds --object NAME; prints "No object named NAME" and returns null when absent.
 kurvalux_data::CObjectListElem* FindObjectArgument(const Args& args, kurvalux_data::Field& field);
+// Loads the field and finds the --object, which must have M0 and a period to count cycles
+// from; null after saying why on stderr.
+kurvalux_data::CObjectListElem* LoadObjectWithEphemeris(const Args& args,
+                                                        kurvalux_data::Field& field);
 
 // Saves the field back to args.positional[0]; prints a message on failure.
 bool SaveFieldArgument(const Args& args, const kurvalux_data::Field& field);

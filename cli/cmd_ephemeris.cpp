@@ -56,14 +56,8 @@ int OC(const Args& args) {
         return 2;
     }
     kurvalux_data::Field field;
-    if (!LoadFieldArgument(args, field)) return 1;
-    kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
+    kurvalux_data::CObjectListElem* object = LoadObjectWithEphemeris(args, field);
     if (!object) return 1;
-    if (object->m0 == 0 || object->period == 0) {
-        std::fprintf(stderr, "%s has no ephemeris (M0 and period) to count cycles from\n",
-                     object->name.c_str());
-        return 1;
-    }
     std::vector<OCEntry> table = MakeOCTable(*object, object->m0, object->period);
     size_t undefined = 0;
     for (const OCEntry& e : table) undefined += e.type == kurvalux_data::kMinimumUndefined;

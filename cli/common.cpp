@@ -59,6 +59,19 @@ kurvalux_data::CObjectListElem* FindObjectArgument(const Args& args, kurvalux_da
     return object;
 }
 
+kurvalux_data::CObjectListElem* LoadObjectWithEphemeris(const Args& args,
+                                                        kurvalux_data::Field& field) {
+    if (!LoadFieldArgument(args, field)) return nullptr;
+    kurvalux_data::CObjectListElem* object = FindObjectArgument(args, field);
+    if (!object) return nullptr;
+    if (object->m0 == 0 || object->period == 0) {
+        std::fprintf(stderr, "%s has no ephemeris (M0 and period) to count cycles from\n",
+                     object->name.c_str());
+        return nullptr;
+    }
+    return object;
+}
+
 bool SaveFieldArgument(const Args& args, const kurvalux_data::Field& field) {
     return kurvalux_data::SaveField(args.positional.at(0), field, Messages());
 }
