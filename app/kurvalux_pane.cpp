@@ -26,6 +26,7 @@
 #include "app/phase_fit_view.h"
 #include "app/prediction_view.h"
 #include "app/shell_host.h"
+#include "app/shell_strings.h"
 #include "lc/chart_layout.h"
 #include "platform/text.h"
 
@@ -40,10 +41,6 @@ namespace {
 constexpr int kSeriesRole = Qt::UserRole;
 constexpr int kMinimumRole = Qt::UserRole + 1;
 constexpr double kUnixEpochJd = 2440587.5;
-
-QString Q(const std::string& s) {
-    return QString::fromStdString(s);
-}
 
 std::string JdTypeText(const CSeriesTreeElem& series) {
     if (series.hjd_converted) return "HJD (converted)";

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/cli_run.h"
+#include "plan/utc_time_zone.h"
 
 namespace {
 
@@ -28,23 +29,7 @@ size_t Count(const std::string& text, const std::string& what) {
     return n;
 }
 
-class CliCharts : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const char* tz = std::getenv("TZ");
-        had_tz_ = tz != nullptr;
-        if (tz) old_tz_ = tz;
-        setenv("TZ", "UTC", 1);
-    }
-    void TearDown() override {
-        if (had_tz_)
-            setenv("TZ", old_tz_.c_str(), 1);
-        else
-            unsetenv("TZ");
-    }
-    bool had_tz_ = false;
-    std::string old_tz_;
-};
+class CliCharts : public UtcTimeZoneTest {};
 
 // WASP-12's four published transit times against the field's ephemeris: orbits 2259 to 2272,
 // all primaries, so the cycle axis runs from 2259 − 0.65 to 2272 + 0.65.

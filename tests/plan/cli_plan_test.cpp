@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/cli_run.h"
+#include "plan/utc_time_zone.h"
 
 namespace {
 
@@ -102,23 +103,7 @@ TEST(CliOC, ApplySavesTheFittedEphemeris) {
     EXPECT_EQ(run.ErrLine(0), "--apply stores a linear ephemeris; leave out --quadratic");
 }
 
-class CliPlan : public ::testing::Test {
-protected:
-    void SetUp() override {
-        const char* tz = std::getenv("TZ");
-        had_tz_ = tz != nullptr;
-        if (tz) old_tz_ = tz;
-        setenv("TZ", "UTC", 1);
-    }
-    void TearDown() override {
-        if (had_tz_)
-            setenv("TZ", old_tz_.c_str(), 1);
-        else
-            unsetenv("TZ");
-    }
-    bool had_tz_ = false;
-    std::string old_tz_;
-};
+class CliPlan : public UtcTimeZoneTest {};
 
 // Ten nights from 2025 October 22.0 UT at 15° E, 50° N: every minimum of the three objects,
 // in time order, and the calendar holds exactly the observable ones.
