@@ -70,6 +70,7 @@ enum Command : int {
     kCmdCopyObjectInfo = 1080,
     kCmdDefineCopyInfoMask = 1081,
     kCmdAutoAcceptM0Period = 1085,
+    kCmdAccurateHeliocentric = 1086,
     kCmdVsxAllObjects = 1090,
     kCmdVsxSelectedObject = 1091,
     // Minima

@@ -1,7 +1,9 @@
 #include "app/dialogs.h"
 
+#include <QClipboard>
 #include <QColorDialog>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -19,6 +21,7 @@
 #include "app/form_dialog.h"
 #include "app/qt_platform.h"
 #include "platform/text.h"
+#include "time/minimum_times.h"
 
 namespace kurvalux_app {
 
@@ -165,22 +168,30 @@ void CFilterTableDialog::DeleteFilter() {
     Fill("");
 }
 
-CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& object, QWidget* parent)
+CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& object,
+                                     const std::optional<kurvalux_time::Site>& site,
+                                     QWidget* parent)
     : QDialog(parent) {
+    using kurvalux_time::TimeStandard;
     setWindowTitle("List of minima");
     setObjectName(windowTitle());
     auto* layout = new QVBoxLayout(this);
     table_ = new QTableWidget(this);
     table_->setObjectName("Minima");
-    table_->setColumnCount(7);
+    table_->setColumnCount(9);
     table_->setHorizontalHeaderLabels(
-        {"Series", "Type", "Time", "Error", "Cycle", "O-C", "In use"});
+        {"Series", "Type", "Time", "Standard", "BJD_TDB", "Error", "Cycle", "O-C", "In use"});
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->verticalHeader()->setVisible(false);
     bool ephemeris = object.m0 != 0 && object.period > 0;
+    // The same instants in BJD_TDB, in the order of the series and their minima.
+    const std::vector<kurvalux_time::MinimumTime> bjd =
+        kurvalux_time::MinimumTimes(object, TimeStandard::kBjdTdb, site);
     int row = 0;
+    size_t index = 0;
     for (size_t k = 0; k < object.series.size(); ++k) {
         for (const kurvalux_data::CMinimaListElem& m : object.series[k]->minima) {
+            const kurvalux_time::MinimumTime& t = bjd.at(index++);
             table_->insertRow(row);
             auto set = [&](int column, const std::string& text) {
                 auto* item = new QTableWidgetItem(QString::fromStdString(text));
@@ -192,23 +203,46 @@ CMinimaListDialog::CMinimaListDialog(const kurvalux_data::CObjectListElem& objec
                    : m.type == kurvalux_data::kMinimumSecondary ? "Secondary"
                                                                 : "Undefined");
             set(2, FormatFixed(m.time, 6));
-            set(3, FormatFixed(m.error, 6));
+            std::string standard = t.stored ? TimeStandardName(*t.stored) : "unknown";
+            if (t.short_formula) standard += " (field formula)";
+            set(3, standard);
+            // BJD_TDB needs the star's position and a known standard; 8 decimals = 0.9 ms.
+            set(4, t.converted ? kurvalux_platform::FormatFixedAlways(*t.converted, 8) : "-");
+            set(5, FormatFixed(m.error, 6));
             if (ephemeris) {
                 kurvalux_analysis::CycleOC c =
                     kurvalux_analysis::CycleAndOC(m.time, m.type, object.m0, object.period);
-                set(4, kurvalux_platform::FormatFixedAlways(c.cycle, 1));
-                set(5, FormatFixed(c.oc, 6));
+                set(6, kurvalux_platform::FormatFixedAlways(c.cycle, 1));
+                set(7, FormatFixed(c.oc, 6));
             }
-            set(6, m.enabled ? "yes" : "no");
+            set(8, m.enabled ? "yes" : "no");
             ++row;
         }
     }
     table_->resizeColumnsToContents();
     layout->addWidget(table_, 1);
     auto* box = new QDialogButtonBox(QDialogButtonBox::Ok, this);
+    QPushButton* copy = box->addButton("Copy", QDialogButtonBox::ActionRole);
+    connect(copy, &QPushButton::clicked, this,
+            [this] { QGuiApplication::clipboard()->setText(TableText()); });
     connect(box, &QDialogButtonBox::accepted, this, &QDialog::accept);
     layout->addWidget(box);
-    resize(640, 400);
+    resize(820, 400);
+}
+
+QString CMinimaListDialog::TableText() const {
+    QString text;
+    for (int c = 0; c < table_->columnCount(); ++c)
+        text += (c ? "\t" : "") + table_->horizontalHeaderItem(c)->text();
+    text += "\n";
+    for (int r = 0; r < table_->rowCount(); ++r) {
+        for (int c = 0; c < table_->columnCount(); ++c) {
+            const QTableWidgetItem* item = table_->item(r, c);
+            text += (c ? "\t" : "") + (item ? item->text() : QString());
+        }
+        text += "\n";
+    }
+    return text;
 }
 
 CFrequencyProgressDialog::CFrequencyProgressDialog(QWidget* parent, uint64_t total)

@@ -4,12 +4,14 @@
 #include <QDialog>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "data/field.h"
 #include "data/settings.h"
 #include "platform/message_box.h"
 #include "platform/posting.h"
+#include "time/time_standards.h"
 
 class QListWidget;
 class QTableWidget;
@@ -50,14 +52,18 @@ private:
     QListWidget* list_;
 };
 
-// "List of minima": every minimum of the object with its series, type, time, error, cycle and
-// O-C against the object's ephemeris.
+// "List of minima": every minimum of the object with its series, type, time as stored and the
+// standard of that time, the same instant in BJD_TDB (for transit and timing work), error,
+// cycle and O-C against the object's ephemeris. "Copy" puts the table on the clipboard as
+// tab-separated text with a header row.
 class CMinimaListDialog : public QDialog {
     Q_OBJECT
 public:
-    explicit CMinimaListDialog(const kurvalux_data::CObjectListElem& object,
-                               QWidget* parent = nullptr);
+    CMinimaListDialog(const kurvalux_data::CObjectListElem& object,
+                      const std::optional<kurvalux_time::Site>& site, QWidget* parent = nullptr);
     QTableWidget* Table() { return table_; }
+    // The table as the clipboard gets it.
+    QString TableText() const;
 
 private:
     QTableWidget* table_;

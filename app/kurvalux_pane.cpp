@@ -43,7 +43,8 @@ constexpr int kMinimumRole = Qt::UserRole + 1;
 constexpr double kUnixEpochJd = 2440587.5;
 
 std::string JdTypeText(const CSeriesTreeElem& series) {
-    if (series.hjd_converted) return "HJD (converted)";
+    if (series.hjd_converted)
+        return series.hjd_accurate ? "HJD (converted, accurate)" : "HJD (converted)";
     switch (series.EffectiveMetaData().jd_type) {
         case kurvalux_data::kJdHeliocentric:
             return "HJD";

@@ -74,6 +74,7 @@ CKurvalux::CKurvalux(ShellOptions options, QWidget* parent)
     if (options_.settings_path.empty())
         options_.settings_path = kurvalux_data::DefaultSettingsPath();
     kurvalux_data::LoadSettings(options_.settings_path, settings_);
+    ApplyHeliocentricMethod();
     if (options_.messages) {
         messages_ = options_.messages;
     } else {
@@ -260,6 +261,7 @@ void CKurvalux::UpdateChecks() {
     set(kCmdShowNowLine, settings_.show_now);
     set(kCmdShowTimeLine, settings_.show_time);
     set(kCmdCheckVersion, settings_.check_version);
+    set(kCmdAccurateHeliocentric, settings_.accurate_heliocentric);
 }
 
 QAction* CKurvalux::Action(int command) const {
@@ -314,11 +316,12 @@ std::string CKurvalux::ChooseFile(FileRequest request, const std::string& sugges
         case FileRequest::kSaveImage:
             result = QFileDialog::getSaveFileName(
                 this, "Save Graph As Bitmap", Q(suggested),
-                "PNG Files (*.png);;JPG Files (*.jpg);;BMP Files (*.bmp);;TIFF Files (*.tif)");
+                "PNG files (*.png);;JPG files (*.jpg, *.jpeg);;BMP files (*.bmp);;TIFF files "
+                "(*.tif, *.tiff);;GIF files (*.gif)");
             break;
         case FileRequest::kSaveSvg:
             result = QFileDialog::getSaveFileName(this, "Save Graph As SVG", Q(suggested),
-                                                  "SVG Files (*.svg);;All Files (*.*)");
+                                                  "SVG files (*.svg)");
             break;
         case FileRequest::kSaveCsv:
         case FileRequest::kSaveHtml:
@@ -446,6 +449,7 @@ bool CKurvalux::Dispatch(int command) {
             SaveGraph(true);
             break;
         case kCmdAutoAcceptM0Period:
+        case kCmdAccurateHeliocentric:
         case kCmdShowMinima:
         case kCmdShowDeviation:
         case kCmdShowNowLine:

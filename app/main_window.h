@@ -147,6 +147,8 @@ private:
     void MinimumParameters();
     void RemoveMinimum();
     void ToggleCheck(int command);
+    // Geocentric series loaded from now on convert by the method the settings choose.
+    void ApplyHeliocentricMethod();
     void FilterColours();
     void RootDirectory();
     void SaveGraph(bool svg);

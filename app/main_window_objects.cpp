@@ -34,6 +34,7 @@
 #include "app/shell_strings.h"
 #include "data/field_file.h"
 #include "data/field_statistics.h"
+#include "data/heliocentric.h"
 #include "lc/chart_views.h"
 #include "platform/files.h"
 #include "platform/system.h"
@@ -179,7 +180,8 @@ void CKurvalux::SaveGraph(bool svg) {
     CChartCanvas* canvas = pane_->CurrentCanvas();
     CObjectListElem* object = pane_->CurrentObject();
     if (!canvas || !canvas->HasChart() || !object) {
-        messages_->Error("Save Graph", {"No chart to save"});
+        messages_->Error(
+            "Error", {"The selected Tab does not contain chart", "Cannot export chart as image"});
         return;
     }
     std::string& last =
@@ -188,15 +190,33 @@ void CKurvalux::SaveGraph(bool svg) {
     suggested += svg ? ".svg" : ".png";
     std::string path = ChooseFile(svg ? FileRequest::kSaveSvg : FileRequest::kSaveImage, suggested);
     if (path.empty()) return;
-    int width = settings_.export_image_width, height = settings_.export_image_depth;
+
+    // The size is asked each time (a slide wants another size than a web page) and kept as the
+    // next proposal. The bounds keep a raster image under 256 MB of pixels.
+    constexpr long kLargestSide = 8192;
+    CFormDialog dimensions(
+        svg ? "Choose dimensions of exported SVG" : "Choose dimensions of exported image", this);
+    dimensions.AddCount("Width:", std::clamp<long>(settings_.export_image_width, 16, kLargestSide),
+                        16, kLargestSide);
+    dimensions.AddCount("Depth:", std::clamp<long>(settings_.export_image_depth, 16, kLargestSide),
+                        16, kLargestSide);
+    dimensions.AddCheck("Include title string", true);
+    dimensions.AddText("Title:", Q(object->name), 127);
+    if (RunDialog(dimensions) != QDialog::Accepted) return;
+    const int width = static_cast<int>(dimensions.Count("Width:"));
+    const int height = static_cast<int>(dimensions.Count("Depth:"));
+    settings_.export_image_width = width;
+    settings_.export_image_depth = height;
+    const std::string title =
+        dimensions.Checked("Include title string") ? dimensions.Text("Title:") : std::string();
+
     kurvalux_lc::CLightCurvePane& pane = *canvas->Pane();
     bool ok = false;
     if (svg) {
-        ok = pane.ExportSvg(path, width, height, object->name, *messages_);
+        ok = pane.ExportSvg(path, width, height, title, *messages_);
     } else {
 #ifdef KURVALUX_HAVE_IMG
-        ok = kurvalux_img::ExportRasterByExtension(pane, path, width, height, object->name,
-                                                   *messages_);
+        ok = kurvalux_img::ExportRasterByExtension(pane, path, width, height, title, *messages_);
 #endif
     }
     canvas->Invalidate();
@@ -247,7 +267,8 @@ void CKurvalux::SelectSeries(int command) {
 void CKurvalux::ListOfMinima() {
     CObjectListElem* object = RequireObject("List of minima");
     if (!object) return;
-    CMinimaListDialog dialog(*object, this);
+    CMinimaListDialog dialog(
+        *object, kurvalux_time::Site{settings_.longitude, settings_.latitude, 0.0}, this);
     RunDialog(dialog);
 }
 
@@ -339,13 +360,30 @@ void CKurvalux::ToggleCheck(int command) {
         case kCmdCheckVersion:
             setting = &settings_.check_version;
             break;
+        case kCmdAccurateHeliocentric:
+            setting = &settings_.accurate_heliocentric;
+            break;
         default:
             return;
     }
     *setting = !*setting;
     UpdateChecks();
     WriteSettings();
+    if (command == kCmdAccurateHeliocentric) {
+        ApplyHeliocentricMethod();
+        // Series already open keep the times they were converted with.
+        statusBar()->showMessage(
+            "The heliocentric conversion applies to series loaded from now on: reload the field "
+            "to convert its series again",
+            10000);
+    }
     pane_->RefreshCharts(true);
+}
+
+void CKurvalux::ApplyHeliocentricMethod() {
+    kurvalux_data::SetHeliocentricMethod(settings_.accurate_heliocentric
+                                             ? kurvalux_data::HeliocentricMethod::kAccurate
+                                             : kurvalux_data::HeliocentricMethod::kShortFormula);
 }
 
 // ---- Periods

@@ -122,6 +122,7 @@ std::vector<CMenuEntry> BuildTable() {
         Item("Define Copy Info Mask...", kCmdDefineCopyInfoMask),
         Sep(),
         Check("Automatically accept M0, P changes", kCmdAutoAcceptM0Period),
+        Check("Accurate heliocentric conversion", kCmdAccurateHeliocentric),
         End(),
 
         Menu("Series"),

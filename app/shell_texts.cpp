@@ -18,7 +18,11 @@ std::string WindowTitle(const std::string& path, bool modified) {
 }
 
 std::string SeriesTimeText(const CObjectListElem&, const CSeriesTreeElem& series) {
-    if (series.hjd_converted) return "Series in HJD (converted from GJD by KURVALUX)";
+    if (series.hjd_converted)
+        return series.hjd_accurate
+                   ? "Series in HJD (converted from GJD by KURVALUX, accurate heliocentric "
+                     "conversion)"
+                   : "Series in HJD (converted from GJD by KURVALUX)";
     switch (series.EffectiveMetaData().jd_type) {
         case kurvalux_data::kJdHeliocentric:
             return "Series in HJD";

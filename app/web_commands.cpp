@@ -226,8 +226,9 @@ void CWebCommands::AddObjects(bool insert) {
 }
 
 void CWebCommands::Synchronize(bool whole_field) {
-    request_object_ = whole_field ? nullptr : window_.pane_->CurrentObject();
-    if (!whole_field && !request_object_) {
+    const CObjectListElem* current = window_.pane_->CurrentObject();
+    request_object_ = whole_field || !current ? 0 : current->serial;
+    if (!whole_field && !current) {
         window_.Messages().Error("Synchronize Object with Repository", {"No object selected"});
         return;
     }
@@ -241,28 +242,10 @@ void CWebCommands::Publish() {
         return;
     }
     // An imported object (another observer's) takes the observer's own series as a
-    // contribution. Only the object's local series travel: the web series are the
-    // repository's already.
+    // contribution; the record carries only local series either way.
     const bool contribute = !object->token.empty();
-    std::vector<std::unique_ptr<kurvalux_data::CSeriesTreeElem>> kept;
-    auto& series = object->series;
-    for (auto it = series.begin(); it != series.end();) {
-        if ((*it)->IsLocal()) {
-            ++it;
-        } else {
-            kept.push_back(std::move(*it));
-            it = series.erase(it);
-        }
-    }
     const bool started = contribute ? web_.Contribute(*object) : web_.Publish(*object);
-    for (auto& s : kept) {
-        auto at = std::lower_bound(series.begin(), series.end(), s.get(),
-                                   [](const auto& a, const kurvalux_data::CSeriesTreeElem* b) {
-                                       return a->Compare(*b) < 0;
-                                   });
-        series.insert(at, std::move(s));
-    }
-    request_object_ = object;
+    request_object_ = object->serial;
     Send(contribute ? Pending::kContribute : Pending::kPublish, started);
 }
 
@@ -273,7 +256,7 @@ void CWebCommands::Unpublish() {
                                  {"Selected object is not published in repository."});
         return;
     }
-    request_object_ = object;
+    request_object_ = object->serial;
     Send(Pending::kUnpublish, web_.Unpublish(object->token));
 }
 
@@ -289,7 +272,7 @@ void CWebCommands::LookUp(bool one_object) {
     if (!vsx_.Start(window_.field_, only)) return;
     vsx_pending_ = true;
     vsx_one_ = one_object;
-    vsx_object_ = only;
+    vsx_object_ = only ? only->serial : 0;
     Refresh();
 }
 
@@ -317,8 +300,8 @@ bool CWebCommands::event(QEvent* e) {
         case kurvalux_platform::kMsgCatalogueDone: {
             vsx_.Join();
             vsx_pending_ = false;
-            CObjectListElem* only = vsx_one_ ? vsx_object_ : nullptr;
-            if (vsx_one_ && !InField(only)) {
+            CObjectListElem* only = vsx_one_ ? InField(vsx_object_) : nullptr;
+            if (vsx_one_ && !only) {
                 // The object went while the catalogue was asked: nothing to mark.
                 Refresh();
                 emit vsxDone();
@@ -403,22 +386,23 @@ void CWebCommands::RepositoryDone(int result) {
             break;
         case Pending::kPublish:
         case Pending::kContribute:
-            if (ok && last_notify_ == kurvalux_web::kNotifyPublishDone &&
-                InField(request_object_) && pending == Pending::kPublish) {
+            if (CObjectListElem* object = InField(request_object_);
+                ok && last_notify_ == kurvalux_web::kNotifyPublishDone && object &&
+                pending == Pending::kPublish) {
                 // The repository's token makes the object a shared one.
-                kurvalux_platform::AssignCut(request_object_->token, web_.ObjectToken(),
+                kurvalux_platform::AssignCut(object->token, web_.ObjectToken(),
                                              kurvalux_data::kTokenCapacity);
-                kurvalux_platform::AssignCut(request_object_->publisher, web_.Session().user_id,
+                kurvalux_platform::AssignCut(object->publisher, web_.Session().user_id,
                                              kurvalux_data::kPublisherCapacity);
                 window_.MarkModified();
                 window_.pane_->RefreshObject();
             }
             break;
         case Pending::kUnpublish:
-            if (ok && last_notify_ == kurvalux_web::kNotifyPublishDone &&
-                InField(request_object_)) {
-                request_object_->token.clear();
-                request_object_->publisher.clear();
+            if (CObjectListElem* object = InField(request_object_);
+                ok && last_notify_ == kurvalux_web::kNotifyPublishDone && object) {
+                object->token.clear();
+                object->publisher.clear();
                 window_.MarkModified();
                 window_.pane_->RefreshObject();
             }
@@ -457,7 +441,7 @@ void CWebCommands::AfterList(bool add) {
     } else {
         std::vector<std::string> missing;
         for (auto& object : field.objects) {
-            if (request_object_ && object.get() != request_object_) continue;
+            if (request_object_ != 0 && object->serial != request_object_) continue;
             if (object->token.empty()) continue;
             const bool listed = std::any_of(
                 list.begin(), list.end(), [&](const auto& e) { return e.token == object->token; });
@@ -469,8 +453,8 @@ void CWebCommands::AfterList(bool add) {
         if (!missing.empty()) {
             std::vector<std::string> lines{"Not in the repository any more:"};
             lines.insert(lines.end(), missing.begin(), missing.end());
-            window_.Messages().Show(request_object_ ? "Synchronize Object with Repository"
-                                                    : "Synchronize Field with Repository",
+            window_.Messages().Show(request_object_ != 0 ? "Synchronize Object with Repository"
+                                                         : "Synchronize Field with Repository",
                                     lines, MessageIcon::Warning, MessageButtons::Ok);
         }
     }
@@ -482,9 +466,9 @@ void CWebCommands::QueueFetches(CObjectListElem& object) {
     for (const auto& e : web_.ObjectList()) {
         if (e.token != object.token) continue;
         // The publisher's file first: it turns the object's old files into backups.
-        queue_.push_back({&object, e.token, -1, true});
+        queue_.push_back({object.serial, e.token, -1, true});
         for (size_t i = 0; i < e.contributors.size(); ++i)
-            queue_.push_back({&object, e.token, static_cast<int>(i), false});
+            queue_.push_back({object.serial, e.token, static_cast<int>(i), false});
         break;
     }
 }
@@ -506,8 +490,8 @@ void CWebCommands::NextFetch() {
 }
 
 void CWebCommands::FinishFetches() {
-    for (CObjectListElem* object : fetched_)
-        if (InField(object)) ReloadWebSeries(*object);
+    for (uint64_t serial : fetched_)
+        if (CObjectListElem* object = InField(serial)) ReloadWebSeries(*object);
     if (!fetched_.empty()) window_.pane_->Refresh();
     fetched_.clear();
 }
@@ -517,11 +501,11 @@ void CWebCommands::ReloadWebSeries(CObjectListElem& object) {
     kurvalux_web::LoadWebSeries(object, UserFolder(), window_.Messages());
 }
 
-bool CWebCommands::InField(const CObjectListElem* object) const {
-    if (!object) return false;
-    const auto& objects = window_.field_.objects;
-    return std::any_of(objects.begin(), objects.end(),
-                       [object](const auto& o) { return o.get() == object; });
+CObjectListElem* CWebCommands::InField(uint64_t serial) const {
+    if (serial == 0) return nullptr;
+    for (const auto& object : window_.field_.objects)
+        if (object->serial == serial) return object.get();
+    return nullptr;
 }
 
 void CWebCommands::Refresh() {

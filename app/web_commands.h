@@ -84,7 +84,7 @@ private:
         kUnpublish,
     };
     struct Fetch {
-        kurvalux_data::CObjectListElem* object;
+        uint64_t object;  // serial
         std::string token;
         int contributor;
         bool backup;
@@ -106,7 +106,8 @@ private:
     void NextFetch();
     void FinishFetches();
     void ReloadWebSeries(kurvalux_data::CObjectListElem& object);
-    bool InField(const kurvalux_data::CObjectListElem* object) const;
+    // The field's object of this serial, or null when it went meanwhile (0: none asked).
+    kurvalux_data::CObjectListElem* InField(uint64_t serial) const;
     void Refresh();
     void ShowNotice();
 
@@ -121,13 +122,13 @@ private:
     Pending pending_ = Pending::kNone;
     uint32_t last_notify_ = 0;
     std::string new_password_;
-    kurvalux_data::CObjectListElem* request_object_ = nullptr;
-    kurvalux_data::CObjectListElem* vsx_object_ = nullptr;
+    uint64_t request_object_ = 0;  // serial; 0 for the whole field
+    uint64_t vsx_object_ = 0;
     bool vsx_one_ = false;
     bool vsx_pending_ = false;  // started, completion not handled yet
     bool insert_ = false;
     std::deque<Fetch> queue_;
-    std::vector<kurvalux_data::CObjectListElem*> fetched_;
+    std::vector<uint64_t> fetched_;  // serials
 };
 
 }  // namespace kurvalux_app

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "cli/cli.h"
+#include "data/heliocentric.h"
 #include "data/settings.h"
 #include "platform/files.h"
 #include "platform/system.h"
@@ -44,6 +45,12 @@ bool LoadFieldArgument(const Args& args, kurvalux_data::Field& field) {
     const std::string& path = args.positional[0];
     kurvalux_data::FieldLoadOptions options;
     options.bases = FieldPathBases(args);
+    // Geocentric series convert as the desktop converts them on this installation.
+    kurvalux_data::Settings settings;
+    kurvalux_data::LoadSettings(kurvalux_data::DefaultSettingsPath(), settings);
+    kurvalux_data::SetHeliocentricMethod(settings.accurate_heliocentric
+                                             ? kurvalux_data::HeliocentricMethod::kAccurate
+                                             : kurvalux_data::HeliocentricMethod::kShortFormula);
     kurvalux_data::FieldLoadResult result = LoadField(path, field, options, Messages());
     if (!result.ok) {
         std::fprintf(stderr, "Cannot load field: %s\n", path.c_str());

@@ -1,10 +1,16 @@
 #include "data/field.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "data/heliocentric.h"
 
 namespace kurvalux_data {
+
+uint64_t NextObjectSerial() {
+    static std::atomic<uint64_t> next{1};
+    return next.fetch_add(1, std::memory_order_relaxed);
+}
 
 bool CStarRecord::IsEmpty() const {
     return *this == CStarRecord{};
@@ -71,9 +77,12 @@ int CWebSeriesLocalDataTreeElem::Compare(const CWebSeriesLocalDataTreeElem& othe
 
 void ConvertToHeliocentric(CSeriesTreeElem& series, double ra, double dec, size_t first,
                            size_t last) {
+    const bool accurate = CurrentHeliocentricMethod() == HeliocentricMethod::kAccurate;
+    series.hjd_accurate = accurate;
     const StarDirection star(ra, dec);
     for (size_t i = first; i < last && i < series.times.size(); ++i)
-        series.times[i] = HeliocentricJD(series.times[i], star);
+        series.times[i] = accurate ? AccurateHeliocentricJD(series.times[i], ra, dec)
+                                   : HeliocentricJD(series.times[i], star);
 }
 
 bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const std::string& path,
@@ -103,6 +112,7 @@ bool CObjectListElem::AddSeries(std::unique_ptr<CSeriesTreeElem> added, const st
     if (is_flux && added->offset <= 0) added->offset = 1.0;
 
     added->hjd_converted = false;
+    added->hjd_accurate = false;
     const uint32_t jd_type = added->file_meta_data.jd_type;
     double ra = kUnknownRa, dec = kUnknownDec;
     if ((jd_type == kJdUnknown || (jd_type == kJdGeocentric && added->Count() > 0)) &&

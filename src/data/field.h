@@ -120,6 +120,7 @@ public:
     CMinimaList minima;
     bool enabled = true;
     bool hjd_converted = false;
+    bool hjd_accurate = false;  // converted by the accurate method rather than the short formula
 };
 
 class CLocalSeriesTreeElem : public CSeriesTreeElem {
@@ -193,12 +194,19 @@ struct CUnavailableSeries {
     double after_time = -HUGE_VAL;
 };
 
+uint64_t NextObjectSerial();
+
 class CObjectListElem {
 public:
     CObjectListElem() = default;
     virtual ~CObjectListElem() = default;
     CObjectListElem(const CObjectListElem&) = delete;
     CObjectListElem& operator=(const CObjectListElem&) = delete;
+
+    // Unique for the life of the process: work that finishes later (a repository request, a
+    // catalogue lookup) finds its object again by this, never by an address that a deleted
+    // object's successor may reuse.
+    const uint64_t serial = NextObjectSerial();
 
     std::string token;             // 15
     std::string publisher;         // 63

@@ -1,6 +1,9 @@
 #include "data/heliocentric.h"
 
+#include <atomic>
 #include <cmath>
+
+#include "time/time_standards.h"
 
 namespace kurvalux_data {
 namespace {
@@ -16,7 +19,26 @@ double Range360(double degrees) {
     return degrees;
 }
 
+std::atomic<HeliocentricMethod> heliocentric_method{HeliocentricMethod::kShortFormula};
+
 }  // namespace
+
+void SetHeliocentricMethod(HeliocentricMethod method) {
+    heliocentric_method.store(method, std::memory_order_relaxed);
+}
+
+HeliocentricMethod CurrentHeliocentricMethod() {
+    return heliocentric_method.load(std::memory_order_relaxed);
+}
+
+double AccurateHeliocentricJD(double jd, double ra, double dec) {
+    // Split into day and fraction so that ERFA sees the instant to the microsecond.
+    kurvalux_time::TwoPartJd utc;
+    utc.day = std::floor(jd);
+    utc.fraction = jd - utc.day;
+    const double seconds = kurvalux_time::HeliocentricCorrectionSeconds(utc, {ra, dec});
+    return jd + seconds / 86400.0;
+}
 
 StarDirection::StarDirection(double ra, double dec)
     : sin_ra(std::sin(ra)),

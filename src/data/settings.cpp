@@ -177,6 +177,7 @@ const std::vector<SettingKey>& Keys() {
         {"SunAlt", KeyType::Real, 0, KX_FIELD(sun_alt)},
         {"UseEncryptedPassword", KeyType::Bool, 0, KX_FIELD(use_encrypted_password)},
         {"AutoAcceptM0Period", KeyType::Bool, 0, KX_FIELD(auto_accept_m0_period)},
+        {"AccurateHeliocentricConversion", KeyType::Bool, 0, KX_FIELD(accurate_heliocentric)},
         {"ShowDev", KeyType::Bool, 0, KX_FIELD(show_dev)},
         {"ShowMinima", KeyType::Bool, 0, KX_FIELD(show_minima)},
         {"ShowNow", KeyType::Bool, 0, KX_FIELD(show_now)},

@@ -80,6 +80,10 @@ struct Settings {
     bool show_dev = false, show_minima = true, show_now = false, show_time = false;
     bool show_star_alt = true, show_sun_alt = true;
     bool check_version = false;
+    // Heliocentric times of geocentric series by ERFA's Earth ephemeris and precessed star
+    // position instead of the short solar formula (up to ±10 s apart). Off by default so that a
+    // field converts the same way on every installation.
+    bool accurate_heliocentric = false;
     // The error kept with a minimum added in the minimum fit view: "case" (the case bootstrap
     // of "Est. Err.") or "block" (the block bootstrap).
     std::string minimum_error_method = "case";  // 15

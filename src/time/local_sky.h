@@ -5,13 +5,9 @@
 // the prediction pane and the night planner decide "observable" with these, so that the two
 // always agree about a night.
 
-namespace kurvalux_time {
+#include "time/time_standards.h"  // Site: the observer's east longitude and latitude
 
-// An observing site: east longitude and latitude in degrees.
-struct Site {
-    double longitude = 0;
-    double latitude = 0;
-};
+namespace kurvalux_time {
 
 // Equatorial coordinates in radians.
 struct Equatorial {

@@ -41,7 +41,8 @@ std::vector<MinimumTime> MinimumTimes(const CObjectListElem& object, TimeStandar
             m.series = series.get();
             m.minimum = minimum;
             m.stored = stored;
-            m.short_formula = series->hjd_converted;
+            // A series converted by the accurate method holds a true HJD_UTC already.
+            m.short_formula = series->hjd_converted && !series->hjd_accurate;
             if (stored && *stored == to && !m.short_formula) {
                 m.converted = minimum.time;
             } else if (stored && known) {

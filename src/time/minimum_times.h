@@ -1,7 +1,8 @@
 #pragma once
 // Times of minima in a chosen standard. A minimum is stored on the field's axis, in the time
 // standard of the series it was timed on: HJD_UTC for a heliocentric series or one the field
-// converted on load (by its short heliocentric formula), JD_UTC for a geocentric series whose
+// converted on load (by its short heliocentric formula, or by ERFA when the observer chose the
+// accurate conversion), JD_UTC for a geocentric series whose
 // star has no coordinates. Each is brought to JD_UTC by the inverse of what made it, then to
 // the standard asked for by ERFA.
 #include <optional>

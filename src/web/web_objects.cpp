@@ -188,8 +188,11 @@ void AddObjectRecord(const kurvalux_data::CObjectListElem& object, CJSON& docume
     }
     document.Leave();
 
+    // Only the observer's own (local) series travel: series loaded from the web cache are
+    // the repository's already and would come back as duplicates of another's data.
     document.AddArray("series");
     for (const auto& series : object.series) {
+        if (!series->IsLocal()) continue;
         const CMetaData meta = series->EffectiveMetaData();
         document.AppendRecord();
         document.AddInteger("file_time", static_cast<int64_t>(series->file_time));

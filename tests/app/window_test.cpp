@@ -6,12 +6,15 @@
 #include <QImage>
 #include <QMenu>
 #include <QPushButton>
+#include <QTableWidget>
 #include <QTreeWidget>
 
 #include "app/commands.h"
+#include "app/dialogs.h"
 #include "app/form_dialog.h"
 #include "app/kurvalux_pane.h"
 #include "tests/app/window_fixture.h"
+#include "time/time_standards.h"
 
 namespace kurvalux_app {
 namespace {
@@ -280,8 +283,29 @@ TEST_F(WindowTest, RootDirectoryAndGraphFiles) {
     window_->GetSettings().export_image_depth = 400;
     file_answers_.push_back(Path("chart.svg"));
     file_answers_.push_back(Path("chart.png"));
+    // The SVG is taken at the proposed size with its title; the image at another size and with
+    // a title of the user's.
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        EXPECT_EQ(form.Count("Width:"), 640);
+        EXPECT_EQ(form.Count("Depth:"), 400);
+        EXPECT_TRUE(form.Checked("Include title string"));
+        EXPECT_EQ(form.Text("Title:"), "Test Binary");
+        form.accept();
+        return form.result();
+    });
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        form.SetBoxText("Width:", "320");
+        form.SetBoxText("Depth:", "200");
+        form.SetBoxText("Title:", "Night of 12 May");
+        form.accept();
+        return form.result();
+    });
     ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphSvg));
     ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphBitmap));
+    EXPECT_EQ(dialog_titles_, (std::vector<std::string>{"Choose dimensions of exported SVG",
+                                                        "Choose dimensions of exported image"}));
     EXPECT_EQ(file_requests_[1].request, FileRequest::kSaveSvg);
     EXPECT_EQ(file_requests_[1].suggested, "Test Binary.svg");
     EXPECT_EQ(file_requests_[2].request, FileRequest::kSaveImage);
@@ -292,10 +316,53 @@ TEST_F(WindowTest, RootDirectoryAndGraphFiles) {
     QByteArray text = svg.readAll();
     EXPECT_TRUE(text.contains("<svg")) << text.left(200).toStdString();
     EXPECT_TRUE(text.contains("Test Binary"));
+    EXPECT_TRUE(text.contains("width=\"640\" height=\"400\""));
     QImage png(QString::fromStdString(Path("chart.png")));
-    EXPECT_EQ(png.size(), QSize(640, 400));
+    EXPECT_EQ(png.size(), QSize(320, 200));
+    EXPECT_EQ(window_->GetSettings().export_image_width, 320);
+    EXPECT_EQ(window_->GetSettings().export_image_depth, 200);
     EXPECT_TRUE(Boxes().empty());
     EXPECT_EQ(window_->GetSettings().last_chart_svg_export_path, folder_.path().toStdString());
+
+    // Without the title string the SVG carries no text of the object's name in its title line.
+    file_answers_.push_back(Path("plain.svg"));
+    scripts_.push_back([](QDialog& d) {
+        auto& form = static_cast<CFormDialog&>(d);
+        form.SetChecked("Include title string", false);
+        form.accept();
+        return form.result();
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphSvg));
+    QFile plain(QString::fromStdString(Path("plain.svg")));
+    ASSERT_TRUE(plain.open(QIODevice::ReadOnly));
+    EXPECT_FALSE(plain.readAll().contains(">Test Binary<"));
+    EXPECT_TRUE(text.contains(">Test Binary<"));
+
+    // A cancelled size dialog writes nothing; an unknown extension is refused.
+    file_answers_.push_back(Path("cancelled.svg"));
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphSvg));
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(Path("cancelled.svg"))));
+    file_answers_.push_back(Path("chart.xyz"));
+    scripts_.push_back([](QDialog& d) {
+        d.accept();
+        return d.result();
+    });
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphBitmap));
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{
+                              "Error: Wrong or missing file name extension, | cannot determine "
+                              "target image format. | Image not saved."}));
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(Path("chart.xyz"))));
+}
+
+TEST_F(WindowTest, SavingAGraphWithoutAChartIsRefused) {
+    // No field: no object and so no chart on the current tab.
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphBitmap));
+    ASSERT_TRUE(window_->Dispatch(kCmdSaveGraphSvg));
+    const std::string refusal =
+        "Error: The selected Tab does not contain chart | Cannot export chart as image";
+    EXPECT_EQ(BoxTexts(), (std::vector<std::string>{refusal, refusal}));
+    EXPECT_TRUE(file_requests_.empty());
+    EXPECT_TRUE(dialog_titles_.empty());
 }
 
 TEST_F(WindowTest, ANewObjectTakesThePhotometryOfItsFolder) {
@@ -334,6 +401,8 @@ TEST_F(WindowTest, CheckItemsToggleTheirSettings) {
         {kCmdShowDeviation, &kurvalux_data::Settings::show_dev, "ShowDev"},
         {kCmdShowNowLine, &kurvalux_data::Settings::show_now, "ShowNow"},
         {kCmdShowTimeLine, &kurvalux_data::Settings::show_time, "ShowTime"},
+        {kCmdAccurateHeliocentric, &kurvalux_data::Settings::accurate_heliocentric,
+         "AccurateHeliocentricConversion"},
     };
     for (const Case& c : cases) {
         bool before = window_->GetSettings().*c.setting;
@@ -344,6 +413,59 @@ TEST_F(WindowTest, CheckItemsToggleTheirSettings) {
         kurvalux_data::Settings stored;
         ASSERT_TRUE(kurvalux_data::LoadSettings(Path("kurvalux.ini"), stored));
         EXPECT_EQ(stored.*c.setting, !before) << c.key;
+    }
+}
+
+TEST_F(WindowTest, TheListOfMinimaGivesEachTimeInBjdTdb) {
+    ASSERT_TRUE(OpenTestField());
+    kurvalux_data::CObjectListElem& object = *window_->GetField().objects[0];
+    object.series[0]->minima = {{kurvalux_data::kMinimumPrimary, 2459000.5, 0.0001, true},
+                                {kurvalux_data::kMinimumSecondary, 2459000.87, 0.0002, false}};
+    const double ra = 1.2, dec = 0.7;
+    std::vector<std::vector<std::string>> rows;
+    std::string copied_header;
+    auto read_table = [&](QDialog& d) {
+        auto& dialog = static_cast<CMinimaListDialog&>(d);
+        QTableWidget* table = dialog.Table();
+        rows.clear();
+        for (int r = 0; r < table->rowCount(); ++r) {
+            rows.emplace_back();
+            for (int c = 0; c < table->columnCount(); ++c)
+                rows.back().push_back(table->item(r, c) ? table->item(r, c)->text().toStdString()
+                                                        : "");
+        }
+        copied_header = dialog.TableText().section('\n', 0, 0).toStdString();
+        return static_cast<int>(QDialog::Accepted);
+    };
+    // Without the star's position only the stored time can be given.
+    scripts_.push_back(read_table);
+    ASSERT_TRUE(window_->Dispatch(kCmdListOfMinima));
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(copied_header, "Series\tType\tTime\tStandard\tBJD_TDB\tError\tCycle\tO-C\tIn use");
+    EXPECT_EQ(rows[0], (std::vector<std::string>{"1", "Primary", "2459000.500000", "HJD_UTC", "-",
+                                                 "0.000100", "0.0", "0", "yes"}));
+    EXPECT_EQ(rows[1][3], "HJD_UTC");
+    EXPECT_EQ(rows[1][8], "no");
+
+    object.meta_data.var.star_ra = ra;
+    object.meta_data.var.star_dec = dec;
+    scripts_.push_back(read_table);
+    ASSERT_TRUE(window_->Dispatch(kCmdListOfMinima));
+    ASSERT_EQ(rows.size(), 2u);
+    const kurvalux_time::Site site{window_->GetSettings().longitude,
+                                   window_->GetSettings().latitude, 0.0};
+    for (size_t i = 0; i < 2; ++i) {
+        const double stored = i == 0 ? 2459000.5 : 2459000.87;
+        const auto bjd =
+            kurvalux_time::ConvertTime(stored, kurvalux_time::TimeStandard::kHjdUtc,
+                                       kurvalux_time::TimeStandard::kBjdTdb, {ra, dec}, site);
+        ASSERT_TRUE(bjd.has_value());
+        EXPECT_NEAR(std::stod(rows[i][4]), *bjd, 2e-8) << i;
+        // HJD_UTC and BJD_TDB differ by the 69.184 s of TT - UTC and the Sun's barycentric
+        // wobble (a few seconds at most).
+        const double seconds = (std::stod(rows[i][4]) - stored) * 86400.0;
+        EXPECT_GT(seconds, 60.0);
+        EXPECT_LT(seconds, 78.0);
     }
 }
 

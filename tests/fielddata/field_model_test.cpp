@@ -1,11 +1,13 @@
 // The Field model's rules for adding series, coordinates, meta-data layering and the
 // heliocentric correction.
 #include <cmath>
+#include <memory>
 
 #include <gtest/gtest.h>
 
 #include "data/field.h"
 #include "data/heliocentric.h"
+#include "time/time_standards.h"
 
 using namespace kurvalux_data;
 
@@ -127,6 +129,55 @@ TEST(FieldModel, GeocentricTimesConvertOnlyWithKnownCoordinates) {
         const StarDirection star(kRa, kDec);
         EXPECT_EQ(s.times[1], c.converted ? HeliocentricJD(2459000.6, star) : 2459000.6);
     }
+}
+
+TEST(FieldModel, ObjectSerialsAreNeverReused) {
+    // Work that finishes later finds its object by serial: a new object at a deleted one's
+    // address must not be taken for it.
+    uint64_t first = 0;
+    {
+        auto gone = std::make_unique<CObjectListElem>();
+        first = gone->serial;
+    }
+    auto next = std::make_unique<CObjectListElem>();
+    EXPECT_NE(first, 0u);  // 0 means "no object" to the repository commands
+    EXPECT_GT(next->serial, first);
+}
+
+TEST(FieldModel, TheAccurateMethodConvertsLikeTheTimeStandardsModule) {
+    // Chosen by the observer, geocentric series convert by ERFA's Earth instead of the short
+    // formula: the same instant as a JD_UTC -> HJD_UTC conversion, to the resolution of one
+    // double near JD 2.46 million, and seconds away from what the short formula gives.
+    SetHeliocentricMethod(HeliocentricMethod::kAccurate);
+    CObjectListElem object;
+    object.meta_data.var.star_ra = kRa;
+    object.meta_data.var.star_dec = kDec;
+    std::vector<std::string> message;
+    const std::vector<double> times = {2459000.5, 2459000.6, 2459000.7, 2459000.8};
+    ASSERT_TRUE(object.AddSeries(MakeSeries(times, kUnitMagnitude, kJdGeocentric), "f", message));
+    SetHeliocentricMethod(HeliocentricMethod::kShortFormula);
+    const CSeriesTreeElem& s = *object.series[0];
+    EXPECT_TRUE(s.hjd_converted);
+    EXPECT_TRUE(s.hjd_accurate);
+    const StarDirection star(kRa, kDec);
+    for (size_t i = 0; i < times.size(); ++i) {
+        const auto expected = kurvalux_time::ConvertTime(
+            times[i], kurvalux_time::TimeStandard::kJdUtc, kurvalux_time::TimeStandard::kHjdUtc,
+            {kRa, kDec}, std::nullopt);
+        ASSERT_TRUE(expected.has_value());
+        EXPECT_NEAR(s.times[i], *expected, 1e-9) << i;  // 86 µs
+        const double apart = std::fabs(s.times[i] - HeliocentricJD(times[i], star)) * 86400.0;
+        EXPECT_GT(apart, 0.01) << i;
+        EXPECT_LT(apart, 10.0) << i;
+    }
+
+    // Back on the short formula, the next series converts as before and says so.
+    CObjectListElem other;
+    other.meta_data.var.star_ra = kRa;
+    other.meta_data.var.star_dec = kDec;
+    ASSERT_TRUE(other.AddSeries(MakeSeries(times, kUnitMagnitude, kJdGeocentric), "f", message));
+    EXPECT_FALSE(other.series[0]->hjd_accurate);
+    EXPECT_EQ(other.series[0]->times[1], HeliocentricJD(times[1], star));
 }
 
 TEST(FieldModel, CoordinatesComeFromTheReferenceSeriesThenItsFileThenTheObject) {

@@ -74,6 +74,7 @@ TEST(Settings, KeysRecentFilesAndDefaults) {
     const bool found = ParseSettings(
         "[KURVALUX]\r\nXPos=15\r\nMaximized=1\r\nMinimalPeriod=0.25\r\nRootPath=D:\\Photometry\r\n"
         "Width=wide\r\nCheckVersion=0\r\nHTMLExportOptions=7\r\nMinimumErrorMethod=block\r\n"
+        "AccurateHeliocentricConversion=1\r\n"
         "[MRUfiles]\r\n0=C:\\a.kvf\r\n5=/home/b.kvf\r\n",
         settings);
     EXPECT_TRUE(found);
@@ -85,6 +86,8 @@ TEST(Settings, KeysRecentFilesAndDefaults) {
     EXPECT_EQ(settings.html_export_options, 7);
     EXPECT_EQ(settings.minimum_error_method, "block");
     EXPECT_EQ(Settings{}.minimum_error_method, "case");
+    EXPECT_TRUE(settings.accurate_heliocentric);
+    EXPECT_FALSE(Settings{}.accurate_heliocentric);
     EXPECT_EQ(settings.recent_files, (std::vector<std::string>{"C:\\a.kvf", "/home/b.kvf"}));
     Settings none;
     EXPECT_FALSE(ParseSettings("[Other]\nXPos=3\n", none));

@@ -97,5 +97,27 @@ TEST_F(WebClientTest, FluxSeriesAndAnUnpublishedObject) {
     EXPECT_EQ(body.find("a_cos3"), std::string::npos);
 }
 
+TEST_F(WebClientTest, OnlyTheObserversOwnSeriesTravel) {
+    // A series loaded from the web cache is the repository's already: sending it back would
+    // duplicate another observer's data under this observer's name.
+    LogIn();
+    server.Answer("/api/v1/contribute_object", 200, R"({"status":"ok"})");
+    auto object = SampleObject();
+    auto web_series = std::make_unique<kurvalux_data::CWebSeriesTreeElem>();
+    web_series->user_id = "ann";
+    web_series->file_time = 133000000000000001ULL;
+    web_series->times = {2459000.4};
+    web_series->values = {11.0};
+    web_series->errors = {0.02};
+    object->series.insert(object->series.begin(), std::move(web_series));
+    ASSERT_TRUE(web.Contribute(*object));
+    EXPECT_EQ(Finish(), 0);
+    const std::string body = kurvalux_test::WithoutTabs(server.Requests().back().body);
+    EXPECT_EQ(body.find("133000000000000001"), std::string::npos);
+    EXPECT_EQ(body.find("2459000.4 11 0.02"), std::string::npos);
+    EXPECT_NE(body.find("\"series\":[{\"file_time\":133456789012345678,"), std::string::npos);
+    EXPECT_EQ(object->series.size(), 2u);  // the object itself keeps both
+}
+
 }  // namespace
 }  // namespace kurvalux_web
