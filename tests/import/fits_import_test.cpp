@@ -97,6 +97,19 @@ TEST(FitsImport, TessSectorCadencesTimesAndTarget) {
     EXPECT_EQ(m.series[0].times, s.times);
     EXPECT_EQ(m.series[0].values, s.values);
     EXPECT_EQ(m.skipped, r.skipped);
+
+    // A cadence 200 times the median cannot be written (99 or more reads as missing).
+    LightCurve flare;
+    flare.cadences = {{1400.0, 1000, 2, 1500, 0},
+                      {1400.1, 200000, 2, 1500, 0},
+                      {1400.2, 1000, 2, 1500, 0},
+                      {1400.3, 1000, 2, 1500, 0}};
+    ASSERT_EQ(WriteLightCurve(folder.Path() + "flare.fits", flare), 0);
+    const ImportResult f = ImportPhotometryFile(folder.Path() + "flare.fits", {});
+    ASSERT_TRUE(f.ok) << f.message;
+    EXPECT_EQ(f.series[0].values, std::vector<double>(3, 1.0));
+    EXPECT_NEAR(f.series[0].times[1], 2458400.2, 1e-9);
+    EXPECT_EQ(f.skipped, (Skipped{{"flux 99 or more (read as missing)", 1}}));
 }
 
 TEST(FitsImport, TargetNamesAndReferencesOfTheMissions) {

@@ -246,7 +246,7 @@ ImportResult ReadLightCurve(fitsfile* file, const ImportOptions& options) {
     for (size_t i = 0; i < times.size(); ++i) {
         if (quality_column && quality[i] != 0) {
             ++result.skipped["quality flag set"];
-        } else if (!std::isfinite(times[i])) {
+        } else if (!std::isfinite(reference + times[i])) {
             ++result.skipped["no time (NaN)"];
         } else if (!std::isfinite(fluxes[i])) {
             ++result.skipped["no flux (NaN)"];
@@ -266,15 +266,21 @@ ImportResult ReadLightCurve(fitsfile* file, const ImportOptions& options) {
     size_t kept = 0;
     for (size_t i = 0; i < s.times.size(); ++i) {
         const double value = s.values[i] / median;
+        if (!std::isfinite(value)) {  // beyond the range of numbers, over a tiny median
+            ++result.skipped["flux out of range"];
+            continue;
+        }
         if (value >= kMissingValue) {
             ++result.skipped["flux 99 or more (read as missing)"];
             continue;
         }
         s.times[kept] = s.times[i];
         s.values[kept] = value;
-        s.errors[kept] = s.errors[i] / median;
+        s.errors[kept] = std::isfinite(s.errors[i] / median) ? s.errors[i] / median : 0.0;
         ++kept;
     }
+    if (kept == 0)
+        return Refuse(result, "No usable cadence in " + where + ": every flux is out of range");
     s.times.resize(kept);
     s.values.resize(kept);
     s.errors.resize(kept);
