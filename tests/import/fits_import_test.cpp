@@ -195,6 +195,7 @@ TEST(FitsImport, DamagedOrUnusableFilesRefusedWithTheirMessage) {
     ASSERT_EQ(WriteLightCurve(folder.Path() + "no_reference.fits", no_reference), 0);
     folder.Write("half.fits", bytes.substr(0, bytes.size() / 2));
     folder.Write("header.fits", bytes.substr(0, 2000));
+    folder.Write("primary.fits", bytes.substr(0, 2880));  // the primary header alone
 
     struct Case {
         std::string file;
@@ -211,6 +212,10 @@ TEST(FitsImport, DamagedOrUnusableFilesRefusedWithTheirMessage) {
          "",
          "Not a readable FITS file (cfitsio: error reading from FITS file): " + folder.Path() +
              "header.fits",
+         {}},
+        {"primary.fits",
+         "",
+         "No light-curve table: no binary table named LIGHTCURVE or with a TIME column",
          {}},
         {"no_time.fits", "", "HDU 2 (LIGHTCURVE): no TIME column", {}},
         {"no_flux.fits", "", "HDU 2 (LIGHTCURVE): no flux column (PDCSAP_FLUX or SAP_FLUX)", {}},
