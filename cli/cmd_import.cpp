@@ -118,7 +118,8 @@ const CommandRegistrar kImport(
     {Positional("FILE", "the file to import"),
      Required(Text("field", "FIELD.kvf", "the field description file")), ObjectOption(),
      Text("star", "NAME", "AAVSO Extended: the star to take (default: the object's name)"),
-     Text("filter", "F", "only this filter"),
+     Text("filter", "F",
+          "AAVSO reports: only this filter; other files: the filter name given to the series"),
      Text("column", "NAME",
           "measurement tables: the target (T1, rel_flux_T2, Source-Sky_T1); FITS: the flux "
           "column (PDCSAP_FLUX, SAP_FLUX)"),

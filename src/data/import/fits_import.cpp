@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 
 #include "data/import/photometry_import.h"
@@ -192,7 +193,21 @@ std::string FilterName(const Header& h) {
     return *h.telescope;
 }
 
-ImportResult ReadLightCurve(fitsfile* file, const ImportOptions& options) {
+// The table's rows must lie within the file: a truncated file, or a damaged NAXIS2, would
+// otherwise have every column's buffer sized for rows that are not there.
+bool RowsInFile(fitsfile* file, LONGLONG rows, uint64_t file_size) {
+    LONGLONG width = 0, head = 0, data = 0, end = 0;
+    int status = 0;
+    fits_read_key(file, TLONGLONG, "NAXIS1", &width, nullptr, &status);
+    fits_get_hduaddrll(file, &head, &data, &end, &status);
+    if (status != 0 || width < 0 || data < 0 || static_cast<uint64_t>(data) > file_size)
+        return false;
+    if (rows == 0) return true;
+    return width > 0 && static_cast<uint64_t>(rows) <= (file_size - static_cast<uint64_t>(data)) /
+                                                           static_cast<uint64_t>(width);
+}
+
+ImportResult ReadLightCurve(fitsfile* file, const ImportOptions& options, uint64_t file_size) {
     ImportResult result;
     result.format = ImportFormat::kFits;
     Header header;
@@ -224,6 +239,9 @@ ImportResult ReadLightCurve(fitsfile* file, const ImportOptions& options) {
     int status = 0;
     if (fits_get_num_rowsll(file, &rows, &status) != 0)
         return Refuse(result, where + ": " + CfitsioText(status));
+    if (!RowsInFile(file, rows, file_size))
+        return Refuse(result, where + ": the file ends within the table's " + std::to_string(rows) +
+                                  " rows (truncated)");
     std::vector<double> times, fluxes, errors, quality;
     if (!ReadColumn(file, *time_column, "TIME", rows, where, times, message) ||
         !ReadColumn(file, *flux_column, flux_name, rows, where, fluxes, message) ||
@@ -305,7 +323,9 @@ ImportResult ImportFitsFile(const std::string& path, const ImportOptions& option
         result.format = ImportFormat::kFits;
         return Refuse(result, "Not a readable FITS file (" + CfitsioText(status) + "): " + path);
     }
-    return ReadLightCurve(file.Get(), options);
+    std::error_code error;
+    const uintmax_t size = std::filesystem::file_size(kurvalux_platform::NativePath(path), error);
+    return ReadLightCurve(file.Get(), options, error ? 0 : static_cast<uint64_t>(size));
 }
 
 ImportResult ImportFitsBytes(std::string_view bytes, const ImportOptions& options) {
@@ -320,7 +340,7 @@ ImportResult ImportFitsBytes(std::string_view bytes, const ImportOptions& option
         result.format = ImportFormat::kFits;
         return Refuse(result, "Not a readable FITS file (" + CfitsioText(status) + ")");
     }
-    return ReadLightCurve(file.Get(), options);
+    return ReadLightCurve(file.Get(), options, bytes.size());
 }
 
 }  // namespace kurvalux_data

@@ -26,7 +26,8 @@ std::optional<TimeKind> ParseTimeKind(const std::string& text);
 
 struct ImportOptions {
     std::string star;                   // AAVSO Extended: only this star (any letter case)
-    std::string filter;                 // only this filter; FITS: the filter name to give
+    std::string filter;                 // AAVSO reports: only this filter; the other
+                                        // formats: the series' filter name
     std::string column;                 // measurement tables: target column, "T1" unless set;
                                         // FITS: flux column, PDCSAP_FLUX (else SAP_FLUX)
     std::string time_column;            // measurement tables: time column by its header name
