@@ -249,11 +249,16 @@ TEST(FitsImport, DamagedOrUnusableFilesRefusedWithTheirMessage) {
         EXPECT_EQ(r.skipped, c.skipped) << c.file;
     }
 
-    // Bytes that start like FITS and end within the first card, read from memory.
+    // Read from memory: bytes that end within the first card, and the half file, which is
+    // known to be truncated by its true length although cfitsio is given whole records.
     const ImportResult text = ImportPhotometryText("SIMPLE  =                    T", {});
     EXPECT_FALSE(text.ok);
     EXPECT_EQ(text.format, ImportFormat::kFits);
-    EXPECT_EQ(text.message, "Not a readable FITS file (cfitsio: tried to move past end of file)");
+    EXPECT_EQ(text.message, "Not a readable FITS file (cfitsio: second keyword not BITPIX)");
+    const ImportResult half = ImportPhotometryText(bytes.substr(0, bytes.size() / 2), {});
+    EXPECT_FALSE(half.ok);
+    EXPECT_EQ(half.message,
+              "HDU 2 (LIGHTCURVE): the file ends within the table's 2000 rows (truncated)");
 }
 
 TEST(FitsImport, SectorSplitsAtTheOrbitGap) {

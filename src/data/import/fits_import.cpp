@@ -329,11 +329,16 @@ ImportResult ImportFitsFile(const std::string& path, const ImportOptions& option
 }
 
 ImportResult ImportFitsBytes(std::string_view bytes, const ImportOptions& options) {
+    // cfitsio reads whole records of 2880 bytes, and its memory driver does not stop at the end
+    // of a buffer within the last one: the bytes go into whole records, the rest zero. (A FITS
+    // file is whole records; a shorter one is truncated, and told so by its true size.) The
+    // records outlive the open file.
+    std::vector<char> records((bytes.size() + 2879) / 2880 * 2880, '\0');
+    std::copy(bytes.begin(), bytes.end(), records.begin());
     OpenFits file;
     int status = 0;
-    // Opened read-only: cfitsio reads the buffer in place and never writes to it.
-    void* buffer = const_cast<char*>(bytes.data());
-    size_t size = bytes.size();
+    void* buffer = records.data();
+    size_t size = records.size();
     if (fits_open_memfile(file.Out(), "light curve", READONLY, &buffer, &size, 0, nullptr,
                           &status) != 0) {
         ImportResult result;
