@@ -19,6 +19,10 @@ class QLabel;
 class QMenu;
 class QCloseEvent;
 
+namespace kurvalux_data {
+struct ImportOptions;
+}
+
 namespace kurvalux_app {
 
 class CKurvaluxPane;
@@ -179,6 +183,7 @@ private:
     void LevelSeries(int command);
     void ClearSeriesOffsets();
     void ImportPhotometry();
+    bool AskImportOptions(kurvalux_data::ImportOptions& options, double& gap_hours);
     std::string ChooseTextFile(FileRequest request, const std::string& title);
 
     std::string ChooseFile(FileRequest request, const std::string& suggested);

@@ -7,12 +7,14 @@
 #include <filesystem>
 
 #include "app/commands.h"
+#include "app/form_dialog.h"
 #include "app/kurvalux_pane.h"
 #include "app/main_window.h"
 #include "app/shell_strings.h"
 #include "data/import/photometry_import.h"
 #include "data/series_levelling.h"
 #include "data/side_formats.h"
+#include "platform/text.h"
 
 namespace kurvalux_app {
 
@@ -177,25 +179,61 @@ void CKurvalux::ClearSeriesOffsets() {
     pane_->RefreshCharts(true);
 }
 
+// The import's options, asked after the file is chosen; false when cancelled. Empty boxes
+// leave the reader's defaults: the star named like the object (or the only one), the T1 target
+// or the PDCSAP flux, the most precise time column, the time kind the file states.
+bool CKurvalux::AskImportOptions(ImportOptions& options, double& gap_hours) {
+    CFormDialog dialog("Import Photometry Options", this);
+    dialog.AddText("Star:", "", static_cast<int>(kStarNameCapacity));
+    dialog.AddText("Filter:", "", static_cast<int>(kFilterCapacity));
+    dialog.AddText("Target column:", "", 63);
+    dialog.AddText("Time column:", "", 63);
+    dialog.AddChoice(
+        "Time kind:", {"as the file says", "JD", "MJD", "HJD", "BJD_TDB", "BTJD", "BKJD"}, 0);
+    dialog.AddReal("Split at gaps longer than (hours):", 0, 0, 1e6);
+    if (RunDialog(dialog) != QDialog::Accepted) return false;
+    auto text = [&dialog](const char* label) {
+        return std::string(kurvalux_platform::TrimBlanks(dialog.Text(label)));
+    };
+    options.star = text("Star:");
+    options.filter = text("Filter:");
+    options.column = text("Target column:");
+    options.time_column = text("Time column:");
+    options.time_kind = ParseTimeKind(dialog.ChoiceText("Time kind:").toStdString());
+    gap_hours = dialog.Real("Split at gaps longer than (hours):");
+    return true;
+}
+
 void CKurvalux::ImportPhotometry() {
     CObjectListElem* object = pane_->CurrentObject();
     if (!object) return;
     const std::string path = ChooseFile(FileRequest::kImport, "Import Photometry");
     if (path.empty()) return;
-    ImportResult result = ImportPhotometryFile(path, {});
+    ImportOptions options;
+    double gap_hours = 0;
+    if (!AskImportOptions(options, gap_hours)) return;
+    ImportResult result = ImportPhotometryFile(path, options);
     std::string message = result.message;
-    if (!result.ok || !ChooseImportedStar(result, object->name, false, message)) {
+    if (!result.ok || !ChooseImportedStar(result, object->name, !options.star.empty(), message)) {
         messages_->Error("Failed importing photometry", {path, message});
         return;
     }
     AddImportOptions add;
     add.source_name = std::filesystem::path(path).filename().string();
-    add.folder = ImportFolder(*object, FolderOf(path_.empty() ? path : path_));
-    add.site = kurvalux_time::Site{settings_.longitude, settings_.latitude, 0.0};
+    // ImportFolder's fallback ends with a separator, FolderOf gives none: without it an object
+    // with no series yet had its files written beside the field's folder, their names run on.
+    add.folder = ImportFolder(*object, FolderOf(path_.empty() ? path : path_) + "/");
+    // Space photometry was taken from the spacecraft, not at the observer's site.
+    const bool space = result.format == ImportFormat::kFits ||
+                       options.time_kind == TimeKind::kBtjd || options.time_kind == TimeKind::kBkjd;
+    if (!space) add.site = kurvalux_time::Site{settings_.longitude, settings_.latitude, 0.0};
     std::vector<std::string> lines{std::string(ImportFormatName(result.format)) + ": " +
                                    add.source_name};
     int added = 0;
-    for (const ImportedSeries& series : result.series) {
+    std::vector<ImportedSeries> parts;
+    for (const ImportedSeries& whole : result.series)
+        for (ImportedSeries& part : SplitAtGaps(whole, gap_hours)) parts.push_back(std::move(part));
+    for (const ImportedSeries& series : parts) {
         const AddedSeries a = AddImportedSeries(series, *object, add);
         const std::string what = series.star + (series.filter.empty() ? "" : " " + series.filter);
         if (!a.ok) {

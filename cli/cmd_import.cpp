@@ -1,6 +1,6 @@
 // kurvalux-cli import: a foreign photometry file (AAVSO Extended, AAVSO exoplanet report,
-// measurement table, plain columns) becomes photometry files of the program's own format
-// beside the object's other files, added to the object as series.
+// measurement table, plain columns, TESS or Kepler light-curve FITS) becomes photometry files of
+// the program's own format beside the object's other files, added to the object as series.
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -59,7 +59,9 @@ int Import(const Args& args) {
     AddImportOptions add;
     add.source_name = std::filesystem::path(file).filename().string();
     add.folder = ImportFolder(*object, FieldPathBases(field_args).field_folder);
-    const bool space = options.time_kind == TimeKind::kBtjd || options.time_kind == TimeKind::kBkjd;
+    // Space photometry was taken from the spacecraft, not at the observer's site.
+    const bool space = result.format == ImportFormat::kFits ||
+                       options.time_kind == TimeKind::kBtjd || options.time_kind == TimeKind::kBkjd;
     if (!space) {
         Settings settings;
         if (LoadSettings(DefaultSettingsPath(), settings))
@@ -67,25 +69,31 @@ int Import(const Args& args) {
     }
     int added = 0;
     std::vector<std::string> written;
+    std::vector<ImportedSeries> parts;
     for (const ImportedSeries& whole : result.series) {
-        for (const ImportedSeries& part : SplitAtGaps(whole, gap_hours)) {
-            const AddedSeries a = AddImportedSeries(part, *object, add);
-            if (!a.ok) {
-                std::fprintf(stderr, "Series of %s %s not added: %s\n", part.star.c_str(),
-                             part.filter.c_str(), a.message.c_str());
-                continue;
-            }
-            ++added;
-            written.push_back(a.path);
-            const bool helio =
-                a.series->file_meta_data.jd_type == kJdHeliocentric || a.series->hjd_converted;
-            std::printf("series %s filter %s points %zu first %s last %s standard %s%s file %s\n",
-                        part.star.empty() ? object->name.c_str() : part.star.c_str(),
-                        part.filter.empty() ? "-" : part.filter.c_str(), a.series->Count(),
-                        FormatNumber(a.series->FirstTime()).c_str(),
-                        FormatNumber(a.series->LastTime()).c_str(), helio ? "HJD_UTC" : "JD_UTC",
-                        a.converted.empty() ? "" : " (converted from BJD_TDB)", a.path.c_str());
+        const std::vector<ImportedSeries> orbits =
+            args.Flag("split-orbits") ? SplitAtOrbitGap(whole) : std::vector<ImportedSeries>{whole};
+        for (const ImportedSeries& orbit : orbits)
+            for (ImportedSeries& part : SplitAtGaps(orbit, gap_hours))
+                parts.push_back(std::move(part));
+    }
+    for (const ImportedSeries& part : parts) {
+        const AddedSeries a = AddImportedSeries(part, *object, add);
+        if (!a.ok) {
+            std::fprintf(stderr, "Series of %s %s not added: %s\n", part.star.c_str(),
+                         part.filter.c_str(), a.message.c_str());
+            continue;
         }
+        ++added;
+        written.push_back(a.path);
+        const bool helio =
+            a.series->file_meta_data.jd_type == kJdHeliocentric || a.series->hjd_converted;
+        std::printf("series %s filter %s points %zu first %s last %s standard %s%s file %s\n",
+                    part.star.empty() ? object->name.c_str() : part.star.c_str(),
+                    part.filter.empty() ? "-" : part.filter.c_str(), a.series->Count(),
+                    FormatNumber(a.series->FirstTime()).c_str(),
+                    FormatNumber(a.series->LastTime()).c_str(), helio ? "HJD_UTC" : "JD_UTC",
+                    a.converted.empty() ? "" : " (converted from BJD_TDB)", a.path.c_str());
     }
     for (const auto& [reason, count] : result.skipped)
         std::printf("skipped %d: %s\n", count, reason.c_str());
@@ -104,17 +112,21 @@ int Import(const Args& args) {
 const CommandRegistrar kImport(
     "import",
     "Import a photometry file of another program (AAVSO Extended, AAVSO exoplanet report, "
-    "measurement table, plain columns) as series of an object; the file is recognised by its "
-    "content.",
+    "measurement table, plain columns, TESS or Kepler light-curve FITS) as series of an object; "
+    "the file is recognised by its content.",
     &Import,
     {Positional("FILE", "the file to import"),
      Required(Text("field", "FIELD.kvf", "the field description file")), ObjectOption(),
      Text("star", "NAME", "AAVSO Extended: the star to take (default: the object's name)"),
-     Text("filter", "F", "only this filter"),
-     Text("column", "NAME", "measurement tables: the target (T1, rel_flux_T2, Source-Sky_T1)"),
+     Text("filter", "F",
+          "AAVSO reports: only this filter; other files: the filter name given to the series"),
+     Text("column", "NAME",
+          "measurement tables: the target (T1, rel_flux_T2, Source-Sky_T1); FITS: the flux "
+          "column (PDCSAP_FLUX, SAP_FLUX)"),
      Text("time-column", "NAME", "measurement tables: the time column (default BJD_TDB)"),
      Text("time-kind", "jd|mjd|hjd|bjd_tdb|btjd|bkjd", "plain columns: how times are counted"),
      Number("split-gap", "HOURS", "split series at gaps longer than HOURS"),
+     Flag("split-orbits", "split a TESS sector at its orbit gap (the largest gap, if over 12 h)"),
      Flag("save", "save the field with the new series (the old file kept as .bak)"), RootOption()});
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <fstream>
 
 #include "data/import/photometry_import.h"
 #include "data/photometry.h"
@@ -418,6 +419,8 @@ const char* ImportFormatName(ImportFormat format) {
             return "photometry measurement table";
         case ImportFormat::kAavsoExoplanet:
             return "AAVSO exoplanet report";
+        case ImportFormat::kFits:
+            return "TESS/Kepler light-curve FITS";
         case ImportFormat::kColumns:
             break;
     }
@@ -437,8 +440,7 @@ std::optional<TimeKind> ParseTimeKind(const std::string& text) {
 
 ImportResult ImportPhotometryText(std::string_view text, const ImportOptions& options) {
     ImportResult result;
-    if (text.substr(0, 9) == "SIMPLE  =")
-        return Refuse(result, "FITS light-curve files cannot be imported by this version");
+    if (LooksLikeFits(text)) return ImportFitsBytes(text, options);
     const std::vector<Line> lines = SplitLines(text);
     if (lines.empty()) return Refuse(result, "The file is empty");
     for (const Line& line : lines) {
@@ -460,6 +462,13 @@ ImportResult ImportPhotometryText(std::string_view text, const ImportOptions& op
 }
 
 ImportResult ImportPhotometryFile(const std::string& path, const ImportOptions& options) {
+    // FITS is binary and read by cfitsio from the file itself: only its first card is looked at.
+    char head[9] = {};
+    std::ifstream file(kurvalux_platform::NativePath(path), std::ios::binary);
+    file.read(head, sizeof head);
+    if (LooksLikeFits(std::string_view(head, static_cast<size_t>(file.gcount()))))
+        return ImportFitsFile(path, options);
+    file.close();
     std::string text;
     switch (kurvalux_platform::ReadWholeFile(path, 64 * kMaxPhotometryFileSize, text)) {
         case kurvalux_platform::ReadStatus::Ok:

@@ -168,6 +168,28 @@ std::vector<ImportedSeries> SplitAtGaps(const ImportedSeries& series, double hou
     return parts;
 }
 
+std::vector<ImportedSeries> SplitAtOrbitGap(const ImportedSeries& series, double hours) {
+    size_t cut = 0;  // the first point after the largest gap
+    double largest = 0;
+    for (size_t i = 1; i < series.times.size(); ++i) {
+        const double gap = series.times[i] - series.times[i - 1];
+        if (gap > largest) {
+            largest = gap;
+            cut = i;
+        }
+    }
+    if (cut == 0 || largest <= hours / 24.0) return {series};
+    auto part = [&series](size_t from, size_t to) {
+        ImportedSeries p = series;
+        const auto a = static_cast<std::ptrdiff_t>(from), b = static_cast<std::ptrdiff_t>(to);
+        p.times.assign(series.times.begin() + a, series.times.begin() + b);
+        p.values.assign(series.values.begin() + a, series.values.begin() + b);
+        p.errors.assign(series.errors.begin() + a, series.errors.begin() + b);
+        return p;
+    };
+    return {part(0, cut), part(cut, series.times.size())};
+}
+
 std::string UpperName(const std::string& s) {
     std::string out;
     for (char c : s) out += static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);

@@ -1,9 +1,10 @@
 #pragma once
 // Importers of the photometry files observers already have: the AAVSO Extended Format, the
-// measurement tables of image-photometry suites, the AAVSO exoplanet report and plain columns
-// of numbers. Each is recognised by its content, never by its file name. A file is read whole
-// before anything is added: a file that cannot be read is refused with a message naming the
-// line or column, rows that carry no usable measurement are skipped and counted per reason.
+// measurement tables of image-photometry suites, the AAVSO exoplanet report, plain columns
+// of numbers and the light-curve FITS files of the TESS and Kepler missions. Each is recognised by
+// its content, never by its file name. A file is read whole before anything is added: a file that
+// cannot be read is refused with a message naming the line or column, rows that carry no usable
+// measurement are skipped and counted per reason.
 #include <map>
 #include <optional>
 #include <string>
@@ -15,7 +16,7 @@
 
 namespace kurvalux_data {
 
-enum class ImportFormat { kAavsoExtended, kMeasurementTable, kAavsoExoplanet, kColumns };
+enum class ImportFormat { kAavsoExtended, kMeasurementTable, kAavsoExoplanet, kColumns, kFits };
 const char* ImportFormatName(ImportFormat format);
 
 // How the times of a plain-columns file are counted.
@@ -25,8 +26,10 @@ std::optional<TimeKind> ParseTimeKind(const std::string& text);
 
 struct ImportOptions {
     std::string star;                   // AAVSO Extended: only this star (any letter case)
-    std::string filter;                 // only this filter
-    std::string column;                 // measurement tables: target column, "T1" unless set
+    std::string filter;                 // AAVSO reports: only this filter; the other
+                                        // formats: the series' filter name
+    std::string column;                 // measurement tables: target column, "T1" unless set;
+                                        // FITS: flux column, PDCSAP_FLUX (else SAP_FLUX)
     std::string time_column;            // measurement tables: time column by its header name
     std::optional<TimeKind> time_kind;  // plain columns: how times are counted (JD unless set)
 };
@@ -57,9 +60,22 @@ struct ImportResult {
 bool ChooseImportedStar(ImportResult& result, const std::string& object_name, bool star_given,
                         std::string& message);
 
-// Reads a whole file's text.
+// Reads a whole file's text (a FITS file's bytes are handed on to ImportFitsBytes).
 ImportResult ImportPhotometryText(std::string_view text, const ImportOptions& options);
+// A FITS file (it starts with the primary header's "SIMPLE  =" card) is read by cfitsio, any
+// other as text.
 ImportResult ImportPhotometryFile(const std::string& path, const ImportOptions& options);
+
+// ---- TESS and Kepler light curves (fits_import.cpp) ----
+
+bool LooksLikeFits(std::string_view head);
+// The light-curve table (EXTNAME LIGHTCURVE, else the first binary table with a TIME column):
+// TIME plus BJDREFI + BJDREFF as BJD_TDB; PDCSAP_FLUX (else SAP_FLUX, or `options.column`)
+// with its _ERR column, divided by the median flux of the kept cadences; cadences with a
+// QUALITY flag or without a time or flux skipped per reason. The star is OBJECT (else
+// "TIC n", "KIC n", "EPIC n"), its position RA_OBJ/DEC_OBJ, the filter TESS or Kepler.
+ImportResult ImportFitsFile(const std::string& path, const ImportOptions& options);
+ImportResult ImportFitsBytes(std::string_view bytes, const ImportOptions& options);
 
 // ---- adding an imported series to an object ----
 
@@ -98,6 +114,10 @@ namespace kurvalux_data {
 // Splits a series where consecutive times are more than `hours` apart (a space-telescope
 // sector into its orbits, a survey into nights); 0 or less keeps it whole.
 std::vector<ImportedSeries> SplitAtGaps(const ImportedSeries& series, double hours);
+// A TESS sector is observed in two spacecraft orbits with a gap of about a day between them
+// (the data downlink at perigee): splits at the largest gap when it is longer than `hours`,
+// else keeps the series whole.
+std::vector<ImportedSeries> SplitAtOrbitGap(const ImportedSeries& series, double hours = 12);
 
 // The folder the object's imported files go to: that of its first local series whose file
 // was found, else `fallback` (the field file's folder). Ends with a separator.
