@@ -148,6 +148,7 @@ bool Measure(const std::string& engine, const std::string& db, const std::string
     std::mutex mutex;
     std::vector<double> latencies;
     std::map<std::string, int> acknowledged;  // publish name -> acknowledgements
+    std::map<std::string, int> failure_kinds;
     const auto start = Clock::now();
     const auto deadline = start + std::chrono::seconds(kSeconds);
     std::vector<std::thread> clients;
@@ -155,6 +156,7 @@ bool Measure(const std::string& engine, const std::string& db, const std::string
         clients.emplace_back([&, c] {
             httplib::Client client(host, server.port);
             client.set_keep_alive(true);
+            client.set_tcp_nodelay(true);  // as the desktop's HTTP library does by default
             httplib::Headers h{{"Authorization", "Bearer " + sessions[size_t(c)]}};
             std::mt19937 random(unsigned(c) * 7919u + 1u);
             std::vector<double> mine;
@@ -164,25 +166,43 @@ bool Measure(const std::string& engine, const std::string& db, const std::string
                 const int pick = int(random() % 100);
                 const auto t0 = Clock::now();
                 bool ok = false;
+                std::string failure;  // what went wrong, so that a failed run says why
+                auto check = [&failure](const char* what, const httplib::Result& a, bool good) {
+                    if (!good)
+                        failure = std::string(what) + ": " +
+                                  (a ? std::to_string(a->status) + " " + a->body.substr(0, 120)
+                                     : "no answer (" + httplib::to_string(a.error()) + ")");
+                    return good;
+                };
                 if (pick < 2) {
                     auto a = client.Get("/api/v1/list_objects", h);
-                    ok = a && a->status == 200 && a->body.rfind("{\"status\":\"ok\"", 0) == 0;
+                    ok =
+                        check("list", a,
+                              a && a->status == 200 && a->body.rfind("{\"status\":\"ok\"", 0) == 0);
                 } else if (pick < 75) {
                     const std::string& token = objects[random() % objects.size()];
                     auto a = client.Post("/api/v1/get_object_data", h,
                                          "{\"token\":\"" + token + "\"}", "application/json");
-                    ok = a && a->status == 200 && a->body.find("\"ok\"") != std::string::npos;
+                    ok =
+                        check("get", a,
+                              a && a->status == 200 && a->body.find("\"ok\"") != std::string::npos);
                 } else {
                     const std::string name =
                         "load-" + std::to_string(c) + "-" + std::to_string(sequence++);
                     auto a = client.Post("/api/v1/publish_object", h, Record(name, 50),
                                          "application/json");
-                    ok = a && a->status == 200 && a->body.find("\"ok\"") != std::string::npos;
+                    ok =
+                        check("publish", a,
+                              a && a->status == 200 && a->body.find("\"ok\"") != std::string::npos);
                     if (ok) published.push_back(name);
                 }
                 mine.push_back(
                     std::chrono::duration<double, std::milli>(Clock::now() - t0).count());
-                if (!ok) failures.fetch_add(1);
+                if (!ok) {
+                    failures.fetch_add(1);
+                    std::lock_guard lock(mutex);
+                    ++failure_kinds[failure];
+                }
             }
             std::lock_guard lock(mutex);
             latencies.insert(latencies.end(), mine.begin(), mine.end());
@@ -227,6 +247,8 @@ bool Measure(const std::string& engine, const std::string& db, const std::string
         engine.c_str(), kClients, latencies.size(), seconds, double(latencies.size()) / seconds,
         percentile(0.50), percentile(0.99), latencies.empty() ? 0.0 : latencies.back(),
         failures.load());
+    for (const auto& [kind, count] : failure_kinds)
+        std::printf("%-10s failed %d x %s\n", engine.c_str(), count, kind.c_str());
     std::printf(
         "%-10s publishes acknowledged %zu, in the database %zu: lost %d, duplicated %d, "
         "unacknowledged but stored %d\n",
