@@ -56,6 +56,25 @@ private:
     int open_ = 0;
 };
 
+// A store whose connections come from a pool: the one kind of store both engines are. One
+// connection is opened at once, so that a wrong address is reported at start-up.
+class CPooledStore : public CStore {
+public:
+    CPooledStore(const char* engine, CConnectionPool::Opener opener, int size)
+        : engine_(engine), pool_(std::move(opener), size) {
+        Release(Acquire(), true);
+    }
+    const char* Engine() const override { return engine_; }
+    std::unique_ptr<CStoreConnection> Acquire() override { return pool_.Acquire(); }
+    void Release(std::unique_ptr<CStoreConnection> connection, bool healthy) override {
+        pool_.Release(std::move(connection), healthy);
+    }
+
+private:
+    const char* engine_;
+    CConnectionPool pool_;
+};
+
 // The engines (sqlite_store.cpp, postgres_store.cpp).
 std::unique_ptr<CStore> OpenSqliteStore(const std::string& path, int pool);
 std::unique_ptr<CStore> OpenPostgresStore(const std::string& conninfo, int pool);

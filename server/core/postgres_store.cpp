@@ -102,26 +102,11 @@ private:
     std::map<std::string, std::string> prepared_;
 };
 
-class CPostgresStore : public CStore {
-public:
-    CPostgresStore(const std::string& conninfo, int pool)
-        : pool_([conninfo] { return std::make_unique<CPostgresConnection>(conninfo); }, pool) {
-        Release(Acquire(), true);
-    }
-    const char* Engine() const override { return "postgresql"; }
-    std::unique_ptr<CStoreConnection> Acquire() override { return pool_.Acquire(); }
-    void Release(std::unique_ptr<CStoreConnection> connection, bool healthy) override {
-        pool_.Release(std::move(connection), healthy);
-    }
-
-private:
-    CConnectionPool pool_;
-};
-
 }  // namespace
 
 std::unique_ptr<CStore> OpenPostgresStore(const std::string& conninfo, int pool) {
-    return std::make_unique<CPostgresStore>(conninfo, pool);
+    return std::make_unique<CPooledStore>(
+        "postgresql", [conninfo] { return std::make_unique<CPostgresConnection>(conninfo); }, pool);
 }
 
 }  // namespace kurvalux_server

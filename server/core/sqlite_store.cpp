@@ -89,28 +89,12 @@ private:
     std::map<std::string, sqlite3_stmt*> statements_;
 };
 
-class CSqliteStore : public CStore {
-public:
-    CSqliteStore(const std::string& path, int pool)
-        : pool_([path] { return std::make_unique<CSqliteConnection>(path); }, pool) {
-        // Open one connection now, so that a wrong path is reported at start-up.
-        Release(Acquire(), true);
-    }
-    const char* Engine() const override { return "sqlite"; }
-    std::unique_ptr<CStoreConnection> Acquire() override { return pool_.Acquire(); }
-    void Release(std::unique_ptr<CStoreConnection> connection, bool healthy) override {
-        pool_.Release(std::move(connection), healthy);
-    }
-
-private:
-    CConnectionPool pool_;
-};
-
 }  // namespace
 
 std::unique_ptr<CStore> OpenSqliteStore(const std::string& path, int pool) {
     if (path.empty()) throw StoreError("the SQLite database needs a file name (sqlite:PATH)");
-    return std::make_unique<CSqliteStore>(path, pool);
+    return std::make_unique<CPooledStore>(
+        "sqlite", [path] { return std::make_unique<CSqliteConnection>(path); }, pool);
 }
 
 }  // namespace kurvalux_server

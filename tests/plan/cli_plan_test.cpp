@@ -10,20 +10,10 @@
 #include <vector>
 
 #include "cli/cli_run.h"
+#include "plan/demo_field.h"
 #include "plan/utc_time_zone.h"
 
 namespace {
-
-const std::string kDemo = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo/demo.kvf";
-const std::string kRoot = std::string(KURVALUX_SOURCE_DIR) + "/examples/demo";
-
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    std::string line;
-    while (std::getline(stream, line)) lines.push_back(line);
-    return lines;
-}
 
 // WASP-12 of the example field: four published mid-transit times (Ivshina & Winn 2022) at
 // orbits 2259, 2262, 2265 and 2272 of the published ephemeris.
